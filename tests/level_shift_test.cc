@@ -56,18 +56,20 @@ TEST(LevelShift, EveryTargetMatchesScalarAtEveryWidth) {
       ASSERT_EQ(vekiSub128_JPEG_8u16s_C1R(src.data(), srcStep, dst, dstStep, {w, h}), vekStsOk);
       std::vector<int16_t> want(static_cast<std::size_t>(w));
       for (int32_t r = 0; r < h; ++r) {
-        Sub128RowScalar(src.data() + r * srcStep, want.data(), w);
+        Sub128RowScalar(src.data() + r * srcStep, want.data(), w);  // aligned: the reference
         ASSERT_EQ(std::memcmp(dstBytes.data() + 1 + r * dstStep, want.data(), 2 * static_cast<std::size_t>(w)), 0)
             << "width " << w << " row " << r;
       }
       EXPECT_EQ(dstBytes[static_cast<std::size_t>(1 + 2 * w)], 0xEE) << "wrote past the row, width " << w;
 
-      auto wide = RandomVector<int16_t>(static_cast<std::size_t>(w * h), -32768, 32767);
+      // The 16-bit source rows start at odd addresses too.
+      auto wide = RandomVector<uint8_t>(static_cast<std::size_t>(dstStep * h + 1), 0, 255);
+      const auto* wideRows = reinterpret_cast<const Vek16s*>(wide.data() + 1);
       std::vector<uint8_t> out(static_cast<std::size_t>((w + pad) * h), 0xEE);
-      ASSERT_EQ(vekiAdd128_JPEG_16s8u_C1R(wide.data(), 2 * w, out.data(), w + pad, {w, h}), vekStsOk);
+      ASSERT_EQ(vekiAdd128_JPEG_16s8u_C1R(wideRows, dstStep, out.data(), w + pad, {w, h}), vekStsOk);
       std::vector<uint8_t> expect(static_cast<std::size_t>(w));
       for (int32_t r = 0; r < h; ++r) {
-        Add128RowScalar(wide.data() + r * w, expect.data(), w);
+        Add128RowScalar(reinterpret_cast<const int16_t*>(wide.data() + 1 + r * dstStep), expect.data(), w);
         ASSERT_TRUE(std::equal(expect.begin(), expect.end(), out.begin() + r * (w + pad))) << "width " << w;
         EXPECT_EQ(out[static_cast<std::size_t>(r * (w + pad) + w)], 0xEE);
       }

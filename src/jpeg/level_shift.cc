@@ -43,16 +43,18 @@ HWY_AFTER_NAMESPACE();
 #include "core/checks.h"
 #include "core/dispatch.h"
 #include "core/row_parallel.h"
+#include "core/unaligned.h"
 #include "vekj_impl.h"
 
 namespace vek {
 
+// 16-bit rows may be unaligned: their elements go through Load and Store.
 void Sub128RowScalar(const uint8_t* src, int16_t* dst, int32_t width) {
-  for (int32_t i = 0; i < width; ++i) dst[i] = static_cast<int16_t>(src[i] - 128);
+  for (int32_t i = 0; i < width; ++i) Store(dst + i, static_cast<int16_t>(src[i] - 128));
 }
 
 void Add128RowScalar(const int16_t* src, uint8_t* dst, int32_t width) {
-  for (int32_t i = 0; i < width; ++i) dst[i] = static_cast<uint8_t>(std::clamp(src[i] + 128, 0, 255));
+  for (int32_t i = 0; i < width; ++i) dst[i] = static_cast<uint8_t>(std::clamp(Load(src + i) + 128, 0, 255));
 }
 
 HWY_EXPORT(Sub128Row);
