@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build clang libclang-rt-14-dev python3
   libhwy-dev libgtest-dev libbenchmark-dev libomp-dev
-  libjpeg62-turbo-dev libturbojpeg0-dev libjpeg-turbo-progs libjpeg-tools libpng-dev
+  pkg-config libjpeg62-turbo-dev libturbojpeg0-dev libjpeg-turbo-progs libjpeg-tools libpng-dev
 )
 missing=()
 for p in "${packages[@]}"; do
