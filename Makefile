@@ -9,8 +9,8 @@ deps:
 
 demo: deps
 	cmake --preset release
-	cmake --build --preset release --target vekj_demo
-	./build/release/examples/vekj_demo
+	cmake --build --preset release --target vekj-jpeg
+	./build/release/examples/vekj-jpeg demo out
 
 test: deps
 	cmake --preset release

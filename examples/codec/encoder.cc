@@ -1,0 +1,441 @@
+// The encoder: colour conversion and chroma subsampling, DCT and
+// quantisation, Huffman coding, all through the library; markers here.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <functional>
+#include <memory>
+
+#include "codec.h"
+#include "jpeg_syntax.h"
+#include "library_records.h"
+#include "scan_layout.h"
+#include "vekj.h"
+
+namespace codec {
+namespace {
+
+constexpr int kLuma = 0, kChroma = 1;  // quantisation and Huffman table numbers
+
+std::array<uint8_t, 64> ToZigzag(const std::array<uint8_t, 64>& natural) {
+  static constexpr uint8_t kOrder[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
+                                         12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
+                                         35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
+                                         58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+  std::array<uint8_t, 64> zigzag{};
+  for (int k = 0; k < 64; ++k) zigzag[static_cast<std::size_t>(k)] = natural[kOrder[k]];
+  return zigzag;
+}
+
+Frame MakeFrame(const Image& image, const EncodeOptions& o) {
+  Frame frame;
+  frame.sof = o.mode == Mode::kProgressive ? kSof2 : o.mode == Mode::kLossless ? kSof3 : kSof0;
+  frame.precision = o.mode == Mode::kLossless ? o.precision : 8;
+  frame.width = image.width;
+  frame.height = image.height;
+  const bool lossless = o.mode == Mode::kLossless;
+  const int h = lossless || o.subsampling == Subsampling::k444 ? 1 : 2;
+  const int v = lossless || o.subsampling != Subsampling::k420 ? 1 : 2;
+  if (image.channels == 1) {
+    frame.components = {{1, 1, 1, kLuma}};
+  } else {
+    frame.components = {{1, h, v, kLuma}, {2, 1, 1, kChroma}, {3, 1, 1, kChroma}};
+  }
+  return frame;
+}
+
+// The picture with its last column and row repeated out to whole MCUs.
+Image PadToMcus(const Image& image, int wide, int high) {
+  if (image.width == wide && image.height == high) return image;
+  Image padded{wide, high, image.channels, std::vector<uint8_t>(static_cast<std::size_t>(wide) * high * image.channels)};
+  const std::size_t px = static_cast<std::size_t>(image.channels);
+  for (int y = 0; y < high; ++y) {
+    const uint8_t* src = image.pixels.data() + static_cast<std::size_t>(std::min(y, image.height - 1)) * image.width * px;
+    uint8_t* dst = padded.pixels.data() + static_cast<std::size_t>(y) * wide * px;
+    std::memcpy(dst, src, image.width * px);
+    for (int x = image.width; x < wide; ++x) std::memcpy(dst + x * px, src + (image.width - 1) * px, px);
+  }
+  return padded;
+}
+
+// Y, Cb and Cr planes of the padded picture, chroma already subsampled.
+std::vector<Plane> ConvertToPlanes(const Image& image, const Frame& frame) {
+  const int wide = frame.McusWide() * 8 * frame.MaxH(), high = frame.McusHigh() * 8 * frame.MaxV();
+  const Image padded = PadToMcus(image, wide, high);
+  std::vector<Plane> planes;
+  for (const FrameComponent& c : frame.components) {
+    planes.emplace_back(wide * c.h / frame.MaxH(), high * c.v / frame.MaxV());
+  }
+  if (image.channels == 1) {
+    std::memcpy(planes[0].Row(0), padded.pixels.data(), padded.pixels.size());
+    return planes;
+  }
+  const VekiRoiSize roi = {wide, high};
+  Vek8u* dst[3] = {planes[0].Row(0), planes[1].Row(0), planes[2].Row(0)};
+  if (frame.MaxH() == 1) {
+    Check(vekiRGBToYCbCr_JPEG_8u_C3P3R(padded.pixels.data(), 3 * wide, dst, wide, roi), "colour conversion");
+    return planes;
+  }
+  int steps[3] = {planes[0].width, planes[1].width, planes[2].width};
+  Check(frame.MaxV() == 2 ? vekiRGBToYCbCr411_JPEG_8u_C3P3R(padded.pixels.data(), 3 * wide, dst, steps, roi)
+                          : vekiRGBToYCbCr422_JPEG_8u_C3P3R(padded.pixels.data(), 3 * wide, dst, steps, roi),
+        "colour conversion with chroma subsampling");
+  return planes;
+}
+
+struct QuantTables {
+  std::array<std::array<uint8_t, 64>, 2> zigzag;  // scaled, as written to DQT
+  std::array<std::array<Vek16u, 64>, 2> forward;
+};
+
+QuantTables MakeQuantTables(int quality) {
+  QuantTables q{{ToZigzag(kLuminanceQuant), ToZigzag(kChrominanceQuant)}, {}};
+  for (int t = 0; t < 2; ++t) {
+    Check(vekiQuantFwdRawTableInit_JPEG_8u(q.zigzag[t].data(), quality), "scaling a quantisation table");
+    Check(vekiQuantFwdTableInit_JPEG_8u16u(q.zigzag[t].data(), q.forward[t].data()), "building a quantisation table");
+  }
+  return q;
+}
+
+std::vector<Coefficients> Transform(const std::vector<Plane>& planes, const Frame& frame, const QuantTables& q) {
+  std::vector<Coefficients> coefs;
+  for (std::size_t c = 0; c < planes.size(); ++c) {
+    const ComponentGrid grid = GridOf(frame, static_cast<int>(c));
+    Coefficients k{grid.stored_wide, grid.stored_high, std::vector<int16_t>(static_cast<std::size_t>(grid.stored_wide) * grid.stored_high * 64)};
+    const Vek16u* table = q.forward[static_cast<std::size_t>(frame.components[c].tq)].data();
+    for (int by = 0; by < k.blocks_high; ++by) {
+      for (int bx = 0; bx < k.blocks_wide; ++bx) {
+        Check(vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(planes[c].Row(by * 8) + bx * 8, planes[c].width, k.Block(by, bx), table),
+              "forward DCT");
+      }
+    }
+    coefs.push_back(std::move(k));
+  }
+  return coefs;
+}
+
+// ---- Entropy-coded segments ----------------------------------------------
+
+// Codes one block into dst at *pos, or flushes when block is null.
+using BlockCoder = std::function<VekStatus(const BlockRef*, const int16_t* block, Vek8u* dst, int length, int* pos, int flush)>;
+
+// Runs a scan's blocks through `code`, with restart markers every
+// `interval` MCUs and a flush at the end; appends the bytes to `out`.
+void CodeScan(const Frame& frame, const Scan& scan, std::vector<Coefficients>& coefs, int interval,
+              const std::function<void()>& restart, const BlockCoder& code, std::vector<uint8_t>& out) {
+  std::size_t blocks = 0;
+  ForEachMcu(frame, scan, [&](int, const std::vector<BlockRef>& mcu) { blocks += mcu.size(); });
+  const std::size_t capacity = blocks * 420 + (interval ? blocks / static_cast<std::size_t>(interval) * 2 : 0) + 64;
+  if (capacity > 0x7FFFFFF0) throw std::runtime_error("picture too large for one entropy-coded segment");
+  std::unique_ptr<Vek8u[]> buffer(new Vek8u[capacity]);
+  const int length = static_cast<int>(capacity);
+  int pos = 0;
+  ForEachMcu(frame, scan, [&](int index, const std::vector<BlockRef>& mcu) {
+    if (interval > 0 && index > 0 && index % interval == 0) {
+      Check(code(nullptr, nullptr, buffer.get(), length, &pos, 1), "flushing before a restart marker");
+      buffer[static_cast<std::size_t>(pos++)] = 0xFF;
+      buffer[static_cast<std::size_t>(pos++)] = static_cast<Vek8u>(kRst0 + (index / interval - 1) % 8);
+      restart();
+    }
+    for (const BlockRef& b : mcu) {
+      Coefficients& k = coefs[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(b.scan_component)].index)];
+      Check(code(&b, k.Block(b.row, b.col), buffer.get(), length, &pos, 0), "Huffman encoding");
+    }
+  });
+  Check(code(nullptr, nullptr, buffer.get(), length, &pos, 1), "flushing the last bits");
+  out.insert(out.end(), buffer.get(), buffer.get() + pos);
+}
+
+// Optimal Huffman lists from symbol counts.
+HuffmanTable OptimalTable(const std::array<int, 256>& counts) {
+  HuffmanTable table;
+  std::array<Vek8u, 256> values{};
+  Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), table.bits.data(), values.data()), "deriving an optimal table");
+  std::size_t n = 0;
+  for (uint8_t b : table.bits) n += b;
+  table.values.assign(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(n));
+  return table;
+}
+
+struct ScanTables {
+  std::array<HuffmanTable, 2> dc, ac;  // by table number
+};
+
+// ---- Baseline ------------------------------------------------------------
+
+ScanTables StandardTables() { return {{kLuminanceDc, kChrominanceDc}, {kLuminanceAc, kChrominanceAc}}; }
+
+ScanTables BaselineStatistics(const Frame& frame, const Scan& scan, std::vector<Coefficients>& coefs, int interval) {
+  std::array<std::array<int, 256>, 2> dc{}, ac{};
+  std::array<Vek16s, 4> last_dc{};
+  ForEachMcu(frame, scan, [&](int index, const std::vector<BlockRef>& mcu) {
+    if (interval > 0 && index > 0 && index % interval == 0) last_dc.fill(0);
+    for (const BlockRef& b : mcu) {
+      const ScanComponent& sc = scan.components[static_cast<std::size_t>(b.scan_component)];
+      Check(vekiGetHuffmanStatistics8x8_JPEG_16s_C1(coefs[static_cast<std::size_t>(sc.index)].Block(b.row, b.col),
+                                                    dc[static_cast<std::size_t>(sc.dc)].data(), ac[static_cast<std::size_t>(sc.ac)].data(),
+                                                    &last_dc[static_cast<std::size_t>(b.scan_component)]),
+            "gathering statistics");
+    }
+  });
+  ScanTables t;
+  for (std::size_t i = 0; i < 2; ++i) {
+    if (std::any_of(dc[i].begin(), dc[i].end(), [](int n) { return n > 0; })) t.dc[i] = OptimalTable(dc[i]);
+    if (std::any_of(ac[i].begin(), ac[i].end(), [](int n) { return n > 0; })) t.ac[i] = OptimalTable(ac[i]);
+  }
+  return t;
+}
+
+void WriteTables(JpegWriter& w, const ScanTables& t, bool dc, bool ac) {
+  for (int i = 0; i < 2; ++i) {
+    if (dc && !t.dc[static_cast<std::size_t>(i)].values.empty()) w.Dht(0, i, t.dc[static_cast<std::size_t>(i)]);
+    if (ac && !t.ac[static_cast<std::size_t>(i)].values.empty()) w.Dht(1, i, t.ac[static_cast<std::size_t>(i)]);
+  }
+}
+
+Scan AllComponents(const Frame& frame, int ss, int se, int ah, int al) {
+  Scan scan{{}, ss, se, ah, al};
+  for (int c = 0; c < static_cast<int>(frame.components.size()); ++c) {
+    const int t = frame.components[static_cast<std::size_t>(c)].tq;
+    scan.components.push_back({c, t, t});
+  }
+  return scan;
+}
+
+void EncodeBaselineScan(const Frame& frame, std::vector<Coefficients>& coefs, const EncodeOptions& o,
+                        JpegWriter& w, std::vector<uint8_t>& out) {
+  const Scan scan = AllComponents(frame, 0, 63, 0, 0);
+  const ScanTables tables = o.optimize ? BaselineStatistics(frame, scan, coefs, o.restart_interval) : StandardTables();
+  WriteTables(w, tables, true, true);
+  w.Sos(frame, scan);
+  std::array<EncodeSpec, 2> dc, ac;
+  for (std::size_t i = 0; i < 2; ++i) {
+    if (!tables.dc[i].values.empty()) dc[i] = MakeEncodeSpec(tables.dc[i]);
+    if (!tables.ac[i].values.empty()) ac[i] = MakeEncodeSpec(tables.ac[i]);
+  }
+  EncodeState state = MakeEncodeState();
+  std::array<Vek16s, 4> last_dc{};
+  CodeScan(frame, scan, coefs, o.restart_interval, [&] { last_dc.fill(0); },
+           [&](const BlockRef* b, const int16_t* block, Vek8u* dst, int length, int* pos, int flush) {
+             if (flush) return vekiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, dst, length, pos, nullptr, nullptr, nullptr, state.get(), 1);
+             const ScanComponent& sc = scan.components[static_cast<std::size_t>(b->scan_component)];
+             return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, dst, length, pos, &last_dc[static_cast<std::size_t>(b->scan_component)],
+                                                      dc[static_cast<std::size_t>(sc.dc)].get(), ac[static_cast<std::size_t>(sc.ac)].get(),
+                                                      state.get(), 0);
+           },
+           out);
+}
+
+// ---- Progressive -----------------------------------------------------------
+
+// A common successive-approximation script: DC at reduced precision first,
+// then the low and high luminance bands and the chroma bands, then refinement.
+std::vector<Scan> ProgressiveScript(const Frame& frame) {
+  std::vector<Scan> script = {AllComponents(frame, 0, 0, 0, 1)};
+  const auto band = [](int c, int ss, int se, int ah, int al) { return Scan{{{c, 0, 0}}, ss, se, ah, al}; };
+  const bool colour = frame.components.size() == 3;
+  script.push_back(band(0, 1, 5, 0, 2));
+  if (colour) {
+    script.push_back(band(2, 1, 63, 0, 1));
+    script.push_back(band(1, 1, 63, 0, 1));
+  }
+  script.push_back(band(0, 6, 63, 0, 2));
+  script.push_back(band(0, 1, 63, 2, 1));
+  script.push_back(AllComponents(frame, 0, 0, 1, 0));
+  if (colour) {
+    script.push_back(band(2, 1, 63, 1, 0));
+    script.push_back(band(1, 1, 63, 1, 0));
+  }
+  script.push_back(band(0, 1, 63, 1, 0));
+  for (Scan& s : script) {
+    for (ScanComponent& c : s.components) c.dc = c.ac = s.ss == 0 ? frame.components[static_cast<std::size_t>(c.index)].tq : 0;
+  }
+  return script;
+}
+
+void EncodeProgressiveScan(const Frame& frame, const Scan& scan, std::vector<Coefficients>& coefs,
+                           const EncodeOptions& o, JpegWriter& w, std::vector<uint8_t>& out) {
+  const int interval = o.restart_interval;
+  EncodeState state = MakeEncodeState();
+  std::array<Vek16s, 4> last_dc{};
+  const bool dc_scan = scan.ss == 0;
+  if (dc_scan && scan.ah > 0) {  // DC refinement: one raw bit per block, no table
+    w.Sos(frame, scan);
+    CodeScan(frame, scan, coefs, interval, [] {},
+             [&](const BlockRef*, const int16_t* block, Vek8u* dst, int length, int* pos, int flush) {
+               return vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, dst, length, pos, scan.al, state.get(), flush);
+             },
+             out);
+    return;
+  }
+  // First pass: statistics for this scan's optimal tables.
+  std::array<std::array<int, 256>, 2> counts{};
+  ForEachMcu(frame, scan, [&](int index, const std::vector<BlockRef>& mcu) {
+    const bool restart = interval > 0 && index > 0 && index % interval == 0;
+    if (restart) last_dc.fill(0);
+    for (const BlockRef& b : mcu) {
+      const ScanComponent& sc = scan.components[static_cast<std::size_t>(b.scan_component)];
+      int16_t* block = coefs[static_cast<std::size_t>(sc.index)].Block(b.row, b.col);
+      if (dc_scan) {
+        Check(vekiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, counts[static_cast<std::size_t>(sc.dc)].data(),
+                                                             &last_dc[static_cast<std::size_t>(b.scan_component)], scan.al),
+              "gathering DC statistics");
+      } else if (scan.ah == 0) {
+        Check(vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), restart),
+              "gathering AC statistics");
+      } else {
+        Check(vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(block, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), restart),
+              "gathering AC refinement statistics");
+      }
+    }
+  });
+  if (!dc_scan) {
+    const VekStatus st = scan.ah == 0
+        ? vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(nullptr, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), 1)
+        : vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(nullptr, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), 1);
+    Check(st, "closing AC statistics");
+  }
+  ScanTables tables;
+  std::array<EncodeSpec, 2> specs;
+  for (std::size_t i = 0; i < 2; ++i) {
+    if (std::none_of(counts[i].begin(), counts[i].end(), [](int n) { return n > 0; })) continue;
+    (dc_scan ? tables.dc : tables.ac)[i] = OptimalTable(counts[i]);
+    specs[i] = MakeEncodeSpec((dc_scan ? tables.dc : tables.ac)[i]);
+  }
+  WriteTables(w, tables, dc_scan, !dc_scan);
+  w.Sos(frame, scan);
+  Check(vekiEncodeHuffmanStateInit_JPEG_8u(state.get()), "resetting the encoder state");
+  last_dc.fill(0);
+  CodeScan(frame, scan, coefs, interval, [&] { last_dc.fill(0); },
+           [&](const BlockRef* b, const int16_t* block, Vek8u* dst, int length, int* pos, int flush) {
+             if (dc_scan) {
+               Vek16s* last = b ? &last_dc[static_cast<std::size_t>(b->scan_component)] : nullptr;
+               const EncodeHuffmanSpec* spec =
+                   b ? specs[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(b->scan_component)].dc)].get() : nullptr;
+               return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, dst, length, pos, last, scan.al, spec, state.get(), flush);
+             }
+             if (scan.ah == 0) {
+               return vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, dst, length, pos, scan.ss, scan.se, scan.al,
+                                                                specs[0].get(), state.get(), flush);
+             }
+             return vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, dst, length, pos, scan.ss, scan.se, scan.al,
+                                                               specs[0].get(), state.get(), flush);
+           },
+           out);
+}
+
+// ---- Lossless --------------------------------------------------------------
+
+// 8-bit samples brought to the frame's precision.
+std::vector<std::vector<int16_t>> LosslessSamples(const Image& image, int precision) {
+  std::vector<std::vector<int16_t>> planes(static_cast<std::size_t>(image.channels),
+                                           std::vector<int16_t>(static_cast<std::size_t>(image.width) * image.height));
+  for (std::size_t i = 0; i < planes[0].size(); ++i) {
+    for (std::size_t c = 0; c < planes.size(); ++c) {
+      const int x = image.pixels[i * planes.size() + c];
+      planes[c][i] = static_cast<int16_t>(static_cast<uint16_t>(precision >= 8 ? x << (precision - 8) : x >> (8 - precision)));
+    }
+  }
+  return planes;
+}
+
+void EncodeLossless(const Image& image, const EncodeOptions& o, const Frame& frame, JpegWriter& w, std::vector<uint8_t>& out) {
+  const int width = image.width, n = image.channels;
+  if (o.restart_interval % width != 0) throw std::invalid_argument("lossless restart interval must be a multiple of the width");
+  const int rows_per_interval = o.restart_interval / width;
+  const auto samples = LosslessSamples(image, o.precision);
+  // Differences of every row, then their statistics and one table per component.
+  std::vector<std::vector<int16_t>> diffs(samples.size(), std::vector<int16_t>(samples[0].size()));
+  std::array<std::array<int, 256>, 4> counts{};
+  for (std::size_t c = 0; c < samples.size(); ++c) {
+    for (int r = 0; r < image.height; ++r) {
+      const int16_t* row = samples[c].data() + static_cast<std::ptrdiff_t>(r) * width;
+      int16_t* diff = diffs[c].data() + static_cast<std::ptrdiff_t>(r) * width;
+      const bool first = r == 0 || (rows_per_interval > 0 && r % rows_per_interval == 0);
+      Check(first ? vekiDiffPredFirstRow_JPEG_16s_C1(row, diff, width, o.precision, 0)
+                  : vekiDiffPredRow_JPEG_16s_C1(row, row - width, diff, width, o.predictor),
+            "lossless prediction");
+      for (int x = 0; x < width; ++x) Check(vekiGetHuffmanStatisticsOne_JPEG_16s_C1(diff + x, counts[c].data()), "gathering statistics");
+    }
+  }
+  Scan scan{{}, o.predictor, 0, 0, 0};
+  std::array<EncodeSpec, 4> specs;
+  const EncodeHuffmanSpec* tables[4] = {};
+  for (int c = 0; c < n; ++c) {
+    const HuffmanTable table = OptimalTable(counts[static_cast<std::size_t>(c)]);
+    w.Dht(0, c, table);
+    specs[static_cast<std::size_t>(c)] = MakeEncodeSpec(table);
+    tables[c] = specs[static_cast<std::size_t>(c)].get();
+    scan.components.push_back({c, c, 0});
+  }
+  w.Sos(frame, scan);
+  const std::size_t capacity = static_cast<std::size_t>(width) * image.height * n * 8 + 64 +
+                               static_cast<std::size_t>(image.height) * 2;
+  if (capacity > 0x7FFFFFF0) throw std::runtime_error("picture too large for one entropy-coded segment");
+  std::unique_ptr<Vek8u[]> buffer(new Vek8u[capacity]);
+  const int length = static_cast<int>(capacity);
+  int pos = 0;
+  EncodeState state = MakeEncodeState();
+  for (int r = 0; r < image.height; ++r) {
+    if (rows_per_interval > 0 && r > 0 && r % rows_per_interval == 0) {
+      Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(nullptr, width, n, buffer.get(), length, &pos, nullptr, state.get(), 1), "flushing");
+      buffer[static_cast<std::size_t>(pos++)] = 0xFF;
+      buffer[static_cast<std::size_t>(pos++)] = static_cast<Vek8u>(kRst0 + (r / rows_per_interval - 1) % 8);
+    }
+    const Vek16s* rows[4] = {};
+    for (int c = 0; c < n; ++c) rows[c] = diffs[static_cast<std::size_t>(c)].data() + static_cast<std::ptrdiff_t>(r) * width;
+    Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(rows, width, n, buffer.get(), length, &pos, tables, state.get(), 0),
+          "lossless Huffman encoding");
+  }
+  Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(nullptr, width, n, buffer.get(), length, &pos, nullptr, state.get(), 1), "flushing");
+  out.insert(out.end(), buffer.get(), buffer.get() + pos);
+}
+
+void ValidateOptions(const Image& image, const EncodeOptions& o) {
+  if (image.width < 1 || image.height < 1 || image.width > 65535 || image.height > 65535) {
+    throw std::invalid_argument("picture size must be 1 to 65535 on each side");
+  }
+  if (image.channels != 1 && image.channels != 3) throw std::invalid_argument("only grey and RGB pictures are supported");
+  if (o.quality < 1 || o.quality > 100) throw std::invalid_argument("quality must be 1 to 100");
+  if (o.restart_interval < 0 || o.restart_interval > 65535) throw std::invalid_argument("restart interval must be 0 to 65535");
+  if (o.predictor < 1 || o.predictor > 7) throw std::invalid_argument("predictor must be 1 to 7");
+  if (o.precision < 2 || o.precision > 16) throw std::invalid_argument("precision must be 2 to 16 bits");
+}
+
+}  // namespace
+
+std::vector<uint8_t> Encode(const Image& image, const EncodeOptions& o) {
+  ValidateOptions(image, o);
+  const Frame frame = MakeFrame(image, o);
+  std::vector<uint8_t> out;
+  JpegWriter w(out);
+  w.Marker(kSoi);
+  w.Jfif();
+  if (o.mode == Mode::kLossless) {
+    w.Sof(frame);
+    if (o.restart_interval) w.Dri(o.restart_interval);
+    EncodeLossless(image, o, frame, w, out);
+  } else {
+    const QuantTables q = MakeQuantTables(o.quality);
+    std::vector<Coefficients> coefs = Transform(ConvertToPlanes(image, frame), frame, q);
+    w.Dqt(kLuma, q.zigzag[kLuma]);
+    if (frame.components.size() > 1) w.Dqt(kChroma, q.zigzag[kChroma]);
+    w.Sof(frame);
+    if (o.restart_interval) w.Dri(o.restart_interval);
+    if (o.mode == Mode::kBaseline) {
+      EncodeBaselineScan(frame, coefs, o, w, out);
+    } else {
+      for (const Scan& scan : ProgressiveScript(frame)) EncodeProgressiveScan(frame, scan, coefs, o, w, out);
+    }
+  }
+  w.Marker(kEoi);
+  return out;
+}
+
+const char* ModeName(Mode mode) {
+  return mode == Mode::kBaseline ? "baseline" : mode == Mode::kProgressive ? "progressive" : "lossless";
+}
+
+const char* SubsamplingName(Subsampling s) { return s == Subsampling::k444 ? "4:4:4" : s == Subsampling::k422 ? "4:2:2" : "4:2:0"; }
+
+}  // namespace codec

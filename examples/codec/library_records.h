@@ -1,0 +1,61 @@
+// Owners for the library's state records, and the coefficient and sample
+// planes the codec keeps between stages.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "codec.h"
+#include "jpeg_syntax.h"
+#include "vekj.h"
+
+namespace codec {
+
+struct EncodeSpecFree {
+  void operator()(EncodeHuffmanSpec* p) const { vekiEncodeHuffmanSpecFree_JPEG_8u(p); }
+};
+struct DecodeSpecFree {
+  void operator()(DecodeHuffmanSpec* p) const { vekiDecodeHuffmanSpecFree_JPEG_8u(p); }
+};
+struct EncodeStateFree {
+  void operator()(EncodeHuffmanState* p) const { vekiEncodeHuffmanStateFree_JPEG_8u(p); }
+};
+struct DecodeStateFree {
+  void operator()(DecodeHuffmanState* p) const { vekiDecodeHuffmanStateFree_JPEG_8u(p); }
+};
+using EncodeSpec = std::unique_ptr<EncodeHuffmanSpec, EncodeSpecFree>;
+using DecodeSpec = std::unique_ptr<DecodeHuffmanSpec, DecodeSpecFree>;
+using EncodeState = std::unique_ptr<EncodeHuffmanState, EncodeStateFree>;
+using DecodeState = std::unique_ptr<DecodeHuffmanState, DecodeStateFree>;
+
+EncodeSpec MakeEncodeSpec(const HuffmanTable& table);
+DecodeSpec MakeDecodeSpec(const HuffmanTable& table);
+EncodeState MakeEncodeState();
+DecodeState MakeDecodeState();
+
+// An 8-bit sample plane; `rows_above` extra rows precede row 0 so that the
+// up-samplers can read one row of context above (and, with one spare row
+// at the bottom, below) the picture.
+struct Plane {
+  int width = 0, height = 0;
+  std::vector<uint8_t> storage;
+  Plane() = default;
+  Plane(int w, int h) : width(w), height(h), storage(static_cast<std::size_t>(w) * (h + 2)) {}
+  uint8_t* Row(int r) { return storage.data() + static_cast<std::ptrdiff_t>(r + 1) * width; }
+  const uint8_t* Row(int r) const { return storage.data() + static_cast<std::ptrdiff_t>(r + 1) * width; }
+  // Copies the first and last rows into the context rows around the plane.
+  void ReplicateContextRows();
+};
+
+// The quantised coefficients of one component: 64 per block, blocks in
+// row-major order over the component's stored grid.
+struct Coefficients {
+  int blocks_wide = 0, blocks_high = 0;
+  std::vector<int16_t> values;
+  int16_t* Block(int row, int col) {
+    return values.data() + (static_cast<std::ptrdiff_t>(row) * blocks_wide + col) * 64;
+  }
+};
+
+}  // namespace codec

@@ -1,0 +1,57 @@
+// Where the blocks of a scan are: the block grid of each component and the
+// order in which a scan visits them, MCU by MCU.
+#pragma once
+
+#include <vector>
+
+#include "jpeg_syntax.h"
+
+namespace codec {
+
+// The blocks (or, for lossless, samples) of one component.
+struct ComponentGrid {
+  int stored_wide = 0, stored_high = 0;  // padded to whole MCUs: what the planes hold
+  int coded_wide = 0, coded_high = 0;    // what a single-component scan visits
+};
+
+// Grids in 8x8 blocks for DCT frames and in samples for lossless frames.
+ComponentGrid GridOf(const Frame& frame, int component);
+
+struct BlockRef {
+  int scan_component;  // index into Scan::components
+  int row, col;        // in the component's grid
+};
+
+// Calls visit(mcu_index, blocks) for every MCU of the scan in coding order.
+// An interleaved scan's MCU holds h x v units of each component; a
+// single-component scan's MCU is one unit of its coded grid.
+template <class Visit>
+void ForEachMcu(const Frame& frame, const Scan& scan, const Visit& visit) {
+  std::vector<BlockRef> blocks;
+  if (scan.components.size() == 1) {
+    const ComponentGrid grid = GridOf(frame, scan.components[0].index);
+    int mcu = 0;
+    for (int row = 0; row < grid.coded_high; ++row) {
+      for (int col = 0; col < grid.coded_wide; ++col) {
+        blocks.assign(1, BlockRef{0, row, col});
+        visit(mcu++, blocks);
+      }
+    }
+    return;
+  }
+  const int wide = frame.McusWide(), high = frame.McusHigh();
+  for (int my = 0; my < high; ++my) {
+    for (int mx = 0; mx < wide; ++mx) {
+      blocks.clear();
+      for (int s = 0; s < static_cast<int>(scan.components.size()); ++s) {
+        const FrameComponent& c = frame.components[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(s)].index)];
+        for (int v = 0; v < c.v; ++v) {
+          for (int h = 0; h < c.h; ++h) blocks.push_back({s, my * c.v + v, mx * c.h + h});
+        }
+      }
+      visit(my * wide + mx, blocks);
+    }
+  }
+}
+
+}  // namespace codec
