@@ -146,11 +146,21 @@ void CodeScan(const Frame& frame, const Scan& scan, std::vector<Coefficients>& c
   out.insert(out.end(), buffer.get(), buffer.get() + pos);
 }
 
+using Counts = std::array<Vek32u, 256>;
+
+bool AnyCounted(const Counts& counts) {
+  return std::any_of(counts.begin(), counts.end(), [](Vek32u n) { return n > 0; });
+}
+
 // Optimal Huffman lists from symbol counts.
-HuffmanTable OptimalTable(const std::array<int, 256>& counts) {
+HuffmanTable OptimalTable(const Counts& counts) {
+  std::array<int, 256> frequencies{};
+  std::transform(counts.begin(), counts.end(), frequencies.begin(),
+                 [](Vek32u n) { return static_cast<int>(std::min<Vek32u>(n, 0x7FFFFFFF)); });
   HuffmanTable table;
   std::array<Vek8u, 256> values{};
-  Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), table.bits.data(), values.data()), "deriving an optimal table");
+  Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(frequencies.data(), table.bits.data(), values.data()),
+        "deriving an optimal table");
   std::size_t n = 0;
   for (uint8_t b : table.bits) n += b;
   table.values.assign(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(n));
@@ -166,7 +176,7 @@ struct ScanTables {
 ScanTables StandardTables() { return {{kLuminanceDc, kChrominanceDc}, {kLuminanceAc, kChrominanceAc}}; }
 
 ScanTables BaselineStatistics(const Frame& frame, const Scan& scan, std::vector<Coefficients>& coefs, int interval) {
-  std::array<std::array<int, 256>, 2> dc{}, ac{};
+  std::array<Counts, 2> dc{}, ac{};
   std::array<Vek16s, 4> last_dc{};
   ForEachMcu(frame, scan, [&](int index, const std::vector<BlockRef>& mcu) {
     if (interval > 0 && index > 0 && index % interval == 0) last_dc.fill(0);
@@ -180,8 +190,8 @@ ScanTables BaselineStatistics(const Frame& frame, const Scan& scan, std::vector<
   });
   ScanTables t;
   for (std::size_t i = 0; i < 2; ++i) {
-    if (std::any_of(dc[i].begin(), dc[i].end(), [](int n) { return n > 0; })) t.dc[i] = OptimalTable(dc[i]);
-    if (std::any_of(ac[i].begin(), ac[i].end(), [](int n) { return n > 0; })) t.ac[i] = OptimalTable(ac[i]);
+    if (AnyCounted(dc[i])) t.dc[i] = OptimalTable(dc[i]);
+    if (AnyCounted(ac[i])) t.ac[i] = OptimalTable(ac[i]);
   }
   return t;
 }
@@ -269,7 +279,7 @@ void EncodeProgressiveScan(const Frame& frame, const Scan& scan, std::vector<Coe
     return;
   }
   // First pass: statistics for this scan's optimal tables.
-  std::array<std::array<int, 256>, 2> counts{};
+  std::array<Counts, 2> counts{};
   ForEachMcu(frame, scan, [&](int index, const std::vector<BlockRef>& mcu) {
     const bool restart = interval > 0 && index > 0 && index % interval == 0;
     if (restart) last_dc.fill(0);
@@ -298,7 +308,7 @@ void EncodeProgressiveScan(const Frame& frame, const Scan& scan, std::vector<Coe
   ScanTables tables;
   std::array<EncodeSpec, 2> specs;
   for (std::size_t i = 0; i < 2; ++i) {
-    if (std::none_of(counts[i].begin(), counts[i].end(), [](int n) { return n > 0; })) continue;
+    if (!AnyCounted(counts[i])) continue;
     (dc_scan ? tables.dc : tables.ac)[i] = OptimalTable(counts[i]);
     specs[i] = MakeEncodeSpec((dc_scan ? tables.dc : tables.ac)[i]);
   }
@@ -346,7 +356,7 @@ void EncodeLossless(const Image& image, const EncodeOptions& o, const Frame& fra
   const auto samples = LosslessSamples(image, o.precision);
   // Differences of every row, then their statistics and one table per component.
   std::vector<std::vector<int16_t>> diffs(samples.size(), std::vector<int16_t>(samples[0].size()));
-  std::array<std::array<int, 256>, 4> counts{};
+  std::array<Counts, 4> counts{};
   for (std::size_t c = 0; c < samples.size(); ++c) {
     for (int r = 0; r < image.height; ++r) {
       const int16_t* row = samples[c].data() + static_cast<std::ptrdiff_t>(r) * width;
