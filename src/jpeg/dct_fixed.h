@@ -51,7 +51,7 @@ inline constexpr int16_t kTan3Q15 = 21895;
 // Fractional bits between the inverse passes: 8-bit samples keep 4, 12-bit
 // samples (16 times the range) keep 1.
 inline constexpr int kInvFracBits8 = 4;
-inline constexpr int kInvFracBits12 = 1;
+inline constexpr int kInvFracBits12 = 3;
 
 // Lane arithmetic of the plain forms, wrapping as 16-bit vector lanes do.
 inline int16_t Wrap16(int32_t v) { return static_cast<int16_t>(v); }
@@ -128,7 +128,7 @@ inline constexpr int16_t kReducedBasis<2>[2][2] = {
     {2896, -2896},
 };
 // Fractional bits between the two passes of the reduced inverse.
-inline constexpr int kReducedFracBits = 3;
+inline constexpr int kReducedFracBits = 6;
 
 }  // namespace vek::dct
 

@@ -1,6 +1,11 @@
 // The 12-bit forward 8x8 DCT fused with level shift and quantisation, in
 // float. Every sum runs in the same order in every form (products added one
-// by one, never fused), so all forms give the same bits.
+// by one, never fused into multiply-adds), so all forms give the same bits.
+#if defined(__clang__)
+#pragma clang fp contract(off)
+#elif defined(__GNUC__)
+#pragma GCC optimize("fp-contract=off")
+#endif
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/dct_forward_float.cc"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
