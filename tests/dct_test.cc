@@ -83,7 +83,7 @@ TEST(DctTables, RowWeightsAreScaledCosineProducts) {
   const int factor[8] = {4, 1, 2, 3, 4, 3, 2, 1};
   for (int u = 0; u < 8; ++u)
     for (int v = 0; v < 8; ++v)
-      for (int x = 0; x < 4; ++x) {
+      for (int x = 0; x < 8; ++x) {
         const double c = v == 0 ? std::sqrt(0.5) : std::cos((2 * x + 1) * v * M_PI / 16);
         EXPECT_EQ(dct::kRowWeights[u][v][x], std::lround(32768 * std::cos(factor[u] * M_PI / 16) * c)) << u << v << x;
       }

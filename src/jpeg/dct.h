@@ -27,6 +27,11 @@ void DctQuantInv16sScalar(const int16_t* src, int16_t* dst, const uint16_t* invT
 void DctQuantInv8uScalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable);
 void DctQuantInv16uScalar(const int16_t* src, uint16_t* dst, int dstStep, const uint16_t* invTable);
 
+// The 8u inverse of the top-left n x n coefficients (n = 2, 4), the others
+// taken as zero and never read.
+void DctQuantInvCorner2Scalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable);
+void DctQuantInvCorner4Scalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable);
+
 // Reduced inverse images: 4x4 and 2x2 samples + 128.
 void DctQuantInvTo4x4Scalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable);
 void DctQuantInvTo2x2Scalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable);

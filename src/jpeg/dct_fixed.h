@@ -70,13 +70,13 @@ inline int32_t ShiftRight32(uint32_t sum, int n) { return static_cast<int32_t>(s
 
 namespace vek::dct {
 
-// W(u, v, x) for every output u, frequency v and position x < 4 (the other
-// half follows by symmetry: W(u, v, 7 - x) = (-1)^v W(u, v, x)).
+// W(u, v, x) for every output u, frequency v and position x; the halves
+// mirror each other: W(u, v, 7 - x) = (-1)^v W(u, v, x).
 inline constexpr auto kRowWeights = [] {
-  std::array<std::array<std::array<int16_t, 4>, 8>, 8> w{};
+  std::array<std::array<std::array<int16_t, 8>, 8>, 8> w{};
   for (int u = 0; u < 8; ++u)
     for (int v = 0; v < 8; ++v)
-      for (int x = 0; x < 4; ++x) w[u][v][x] = RowWeight(u, v, x);
+      for (int x = 0; x < 8; ++x) w[u][v][x] = RowWeight(u, v, x);
   return w;
 }();
 
@@ -146,5 +146,22 @@ inline constexpr float kFloatBasis[8][8] = {
     {0.19134171307086945f, -0.4619397521018982f, 0.4619397521018982f, -0.19134171307086945f, -0.19134171307086945f, 0.4619397521018982f, -0.4619397521018982f, 0.19134171307086945f},
     {0.09754516184329987f, -0.27778512239456177f, 0.41573479771614075f, -0.49039262533187866f, 0.49039262533187866f, -0.41573479771614075f, 0.27778512239456177f, -0.09754516184329987f},
 };
+
+// The same by position x, then frequency u.
+inline constexpr auto kFloatBasisByPosition = [] {
+  std::array<std::array<float, 8>, 8> t{};
+  for (int x = 0; x < 8; ++x)
+    for (int u = 0; u < 8; ++u) t[x][u] = kFloatBasis[u][x];
+  return t;
+}();
+
+// All-ones lanes for the top-left n x n coefficients of a block, zero lanes
+// elsewhere.
+template <int N>
+inline constexpr auto kCornerMask = [] {
+  std::array<int16_t, 64> mask{};
+  for (int k = 0; k < 64; ++k) mask[k] = static_cast<int16_t>(k / 8 < N && k % 8 < N ? -1 : 0);
+  return mask;
+}();
 
 }  // namespace vek::dct

@@ -179,12 +179,15 @@ void ForwardColumn(int16_t (&f)[8]) {
 // Row u of the column pass's output to coefficients:
 // sum over x < 4 of W(u, v, x) (o[x] +- o[7 - x]), + 2^19 >> 20, saturated.
 void ForwardRow(int u, const int16_t* o, int16_t* y) {
+  int16_t sums[4], differences[4];
+  for (int x = 0; x < 4; ++x) {
+    sums[x] = Add16(o[x], o[7 - x]);
+    differences[x] = Sub16(o[x], o[7 - x]);
+  }
   for (int v = 0; v < 8; ++v) {
+    const int16_t* folded = v % 2 == 0 ? sums : differences;
     uint32_t sum = 1u << 19;
-    for (int x = 0; x < 4; ++x) {
-      const int16_t folded = v % 2 == 0 ? Add16(o[x], o[7 - x]) : Sub16(o[x], o[7 - x]);
-      sum += dct::Product32(folded, dct::kRowWeights[u][v][x]);
-    }
+    for (int x = 0; x < 4; ++x) sum += dct::Product32(folded[x], dct::kRowWeights[u][v][x]);
     y[v] = dct::Saturate16(dct::ShiftRight32(sum, 20));
   }
 }

@@ -48,14 +48,12 @@ void DctQuantFwd16u(const uint16_t* src, int srcStep, int16_t* dst, const float*
       hn::Store(sum, df, &columns[u][x]);
     }
   }
-  alignas(32) float byPosition[8][8];  // [x][v]
-  for (int x = 0; x < 8; ++x)
-    for (int v = 0; v < 8; ++v) byPosition[x][v] = basis[v][x];
+  const auto& byPosition = dct::kFloatBasisByPosition;  // [x][v]
   const auto lowest = hn::Set(df, -32768.0f), highest = hn::Set(df, 32767.0f);
   for (int u = 0; u < 8; ++u) {
     for (size_t v = 0; v < 8; v += n) {
-      auto sum = hn::Mul(hn::Set(df, columns[u][0]), hn::Load(df, &byPosition[0][v]));
-      for (int x = 1; x < 8; ++x) sum = hn::Add(sum, hn::Mul(hn::Set(df, columns[u][x]), hn::Load(df, &byPosition[x][v])));
+      auto sum = hn::Mul(hn::Set(df, columns[u][0]), hn::LoadU(df, &byPosition[0][v]));
+      for (int x = 1; x < 8; ++x) sum = hn::Add(sum, hn::Mul(hn::Set(df, columns[u][x]), hn::LoadU(df, &byPosition[x][v])));
       const auto scaled = hn::Mul(sum, hn::LoadU(df, fwdTable + 8 * u + v));
       const auto clamped = hn::Min(hn::Max(scaled, lowest), highest);
       hn::StoreU(hn::DemoteTo(d16, hn::NearestInt(clamped)), d16, dst + 8 * u + v);

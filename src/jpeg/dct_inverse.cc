@@ -27,6 +27,12 @@ void DctQuantInv8u(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t
 void DctQuantInv16u(const int16_t* src, uint16_t* dst, int dstStep, const uint16_t* invTable) {
   DctQuantInv16uScalar(src, dst, dstStep, invTable);
 }
+void DctQuantInvCorner2(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+  DctQuantInvCorner2Scalar(src, dst, dstStep, invTable);
+}
+void DctQuantInvCorner4(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+  DctQuantInvCorner4Scalar(src, dst, dstStep, invTable);
+}
 #else
 using dct_simd::D8;
 using dct_simd::V8;
@@ -71,15 +77,23 @@ HWY_INLINE void InverseColumns(V8 (&g)[8]) {
   }
 }
 
-// Dequantises and transforms src; store(r, samples) takes the rows.
-template <int kFrac, class StoreRow>
+// Dequantises and transforms the top-left kCorner x kCorner coefficients of
+// src (8: all); store(r, samples) takes the rows. Rows of zero coefficients
+// give zero rows in the row pass (the rounding term stays below one unit), so
+// the corner forms skip them and equal the full transform.
+template <int kFrac, int kCorner, class StoreRow>
 HWY_INLINE void DctQuantInvRows(const int16_t* src, const uint16_t* invTable, const StoreRow& store) {
   const hn::ScalableTag<int16_t> d;
   const hn::RebindToUnsigned<decltype(d)> du;
   constexpr size_t kRows = dct_simd::RowsPerVector(d);
   V8 g[8];
   for (size_t u = 0; u < 8; u += kRows) {
-    const auto c = hn::Mul(hn::LoadU(d, src + 8 * u), hn::BitCast(d, hn::LoadU(du, invTable + 8 * u)));
+    if (u >= kCorner) {
+      for (size_t i = 0; i < kRows; ++i) g[u + i] = hn::Zero(D8());
+      continue;
+    }
+    auto c = hn::Mul(hn::LoadU(d, src + 8 * u), hn::BitCast(d, hn::LoadU(du, invTable + 8 * u)));
+    if constexpr (kCorner < 8) c = hn::And(c, hn::LoadU(d, &dct::kCornerMask<kCorner>[8 * u]));
     dct_simd::SplitRows(d, InverseRows<kFrac>(d, c, u), g + u);
   }
   InverseColumns<kFrac>(g);
@@ -87,19 +101,30 @@ HWY_INLINE void DctQuantInvRows(const int16_t* src, const uint16_t* invTable, co
 }
 
 void DctQuantInv16s(const int16_t* src, int16_t* dst, const uint16_t* invTable) {
-  DctQuantInvRows<dct::kInvFracBits8>(src, invTable, [dst](int r, V8 v) { hn::StoreU(v, D8(), dst + 8 * r); });
+  DctQuantInvRows<dct::kInvFracBits8, 8>(src, invTable, [dst](int r, V8 v) { hn::StoreU(v, D8(), dst + 8 * r); });
 }
 
-void DctQuantInv8u(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+template <int kCorner>
+HWY_INLINE void DctQuantInv8uCorner(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
   const hn::Rebind<uint8_t, D8> d8;
-  DctQuantInvRows<dct::kInvFracBits8>(src, invTable, [&](int r, V8 v) {
+  DctQuantInvRows<dct::kInvFracBits8, kCorner>(src, invTable, [&](int r, V8 v) {
     hn::StoreU(hn::DemoteTo(d8, hn::SaturatedAdd(v, hn::Set(D8(), 128))), d8, RowAt(dst, dstStep, r));
   });
 }
 
+void DctQuantInv8u(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+  DctQuantInv8uCorner<8>(src, dst, dstStep, invTable);
+}
+void DctQuantInvCorner2(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+  DctQuantInv8uCorner<2>(src, dst, dstStep, invTable);
+}
+void DctQuantInvCorner4(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+  DctQuantInv8uCorner<4>(src, dst, dstStep, invTable);
+}
+
 void DctQuantInv16u(const int16_t* src, uint16_t* dst, int dstStep, const uint16_t* invTable) {
   const hn::RebindToUnsigned<D8> du;
-  DctQuantInvRows<dct::kInvFracBits12>(src, invTable, [&](int r, V8 v) {
+  DctQuantInvRows<dct::kInvFracBits12, 8>(src, invTable, [&](int r, V8 v) {
     const V8 shifted = hn::SaturatedAdd(v, hn::Set(D8(), 2048));
     const V8 clamped = hn::Min(hn::Max(shifted, hn::Zero(D8())), hn::Set(D8(), 4095));
     hn::StoreU(hn::BitCast(du, clamped), du, RowAt(dst, dstStep, r));
@@ -127,19 +152,12 @@ using dct::Sub16;
 
 namespace {
 
-// W(u, v, x) for every x: W(u, v, 7 - x) = (-1)^v W(u, v, x).
-int16_t RowWeightAt(int u, int v, int x) {
-  if (x < 4) return dct::kRowWeights[u][v][x];
-  const int16_t mirrored = dct::kRowWeights[u][v][7 - x];
-  return static_cast<int16_t>(v % 2 == 0 ? mirrored : -mirrored);
-}
-
 // Row u of dequantised coefficients to g_u at 2^frac:
 // sum over v of W(u, v, x) c[v], rounded, saturated to 16 bits.
 void InverseRow(int u, const int16_t* c, int16_t* g, int frac) {
   for (int x = 0; x < 8; ++x) {
     uint32_t sum = 1u << (16 - frac);
-    for (int v = 0; v < 8; ++v) sum += dct::Product32(c[v], RowWeightAt(u, v, x));
+    for (int v = 0; v < 8; ++v) sum += dct::Product32(c[v], dct::kRowWeights[u][v][x]);
     g[x] = dct::Saturate16(dct::ShiftRight32(sum, 17 - frac));
   }
 }
@@ -194,25 +212,37 @@ void DctQuantInv16uScalar(const int16_t* src, uint16_t* dst, int dstStep, const 
   });
 }
 
+namespace {
+
+// The full 8u inverse of a block holding only the top-left n x n coefficients.
+template <int N>
+void DctQuantInvCornerScalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+  int16_t corner[64] = {};
+  for (int r = 0; r < N; ++r) std::memcpy(corner + 8 * r, src + 8 * r, sizeof(int16_t) * N);
+  DctQuantInv8uScalar(corner, dst, dstStep, invTable);
+}
+
+}  // namespace
+
+void DctQuantInvCorner2Scalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+  DctQuantInvCornerScalar<2>(src, dst, dstStep, invTable);
+}
+
+void DctQuantInvCorner4Scalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable) {
+  DctQuantInvCornerScalar<4>(src, dst, dstStep, invTable);
+}
+
 HWY_EXPORT(DctQuantInv16s);
 HWY_EXPORT(DctQuantInv8u);
 HWY_EXPORT(DctQuantInv16u);
+HWY_EXPORT(DctQuantInvCorner2);
+HWY_EXPORT(DctQuantInvCorner4);
 
 namespace {
 
 // Checks of the members with a destination step.
 VekStatus CheckStepped(const void* src, const void* dst, int dstStep, const void* table) {
   return ArgCheck().Ptr(src).Ptr(dst).Step(dstStep).Ptr(table);
-}
-
-// The full 8u inverse of the top-left n x n coefficients, the others zero
-// (and never read).
-VekStatus InverseOfCorner(int n, const Vek16s* pSrc, Vek8u* pDst, int dstStep, const Vek16u* pQuantInvTable) {
-  if (VekStatus st = CheckStepped(pSrc, pDst, dstStep, pQuantInvTable)) return st;
-  alignas(16) int16_t corner[64] = {};
-  for (int r = 0; r < n; ++r) std::memcpy(corner + 8 * r, pSrc + 8 * r, sizeof(int16_t) * static_cast<size_t>(n));
-  VEK_PICK(DctQuantInv8uScalar, DctQuantInv8u)(corner, pDst, dstStep, pQuantInvTable);
-  return vekStsOk;
 }
 
 }  // namespace
@@ -256,12 +286,16 @@ VekStatus impl::vekiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8
 
 VekStatus impl::vekiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, int dstStep,
                                                         const Vek16u* pQuantInvTable) {
-  return InverseOfCorner(2, pSrc, pDst, dstStep, pQuantInvTable);
+  if (VekStatus st = CheckStepped(pSrc, pDst, dstStep, pQuantInvTable)) return st;
+  VEK_PICK(DctQuantInvCorner2Scalar, DctQuantInvCorner2)(pSrc, pDst, dstStep, pQuantInvTable);
+  return vekStsOk;
 }
 
 VekStatus impl::vekiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, int dstStep,
                                                         const Vek16u* pQuantInvTable) {
-  return InverseOfCorner(4, pSrc, pDst, dstStep, pQuantInvTable);
+  if (VekStatus st = CheckStepped(pSrc, pDst, dstStep, pQuantInvTable)) return st;
+  VEK_PICK(DctQuantInvCorner4Scalar, DctQuantInvCorner4)(pSrc, pDst, dstStep, pQuantInvTable);
+  return vekStsOk;
 }
 
 }  // namespace vek
