@@ -165,14 +165,15 @@ VEKAPI VekStatus vekiQuantInv8x8_JPEG_16s_C1I(Vek16s* pSrcDst, const Vek16u* pQu
  *
  * Inverse: each coefficient becomes the low 16 bits of x Q, then a row pass
  * multiplies pairs by the same cosine products (32-bit sums, rounded to 4
- * fractional bits, 1 for the 16u member, saturated to 16 bits) and a column
+ * fractional bits, 3 for the 16u member, saturated to 16 bits) and a column
  * pass of rounded Q15 tangent butterflies (6518, 13573, 21895, 23170)
- * finishes; results are rounded to integers (16-bit wrap). The 16s members
- * store them, the 8u members add 128 and saturate to 0..255, the 16u member
- * adds 2048 and saturates to 0..4095. LS_2x2 and LS_4x4 read only the
+ * finishes; results are rounded to integers (16-bit wrap). The transform of
+ * any 8-bit (12-bit) block comes back without overflow. The 16s members
+ * store the results, the 8u members add 128 and saturate to 0..255, the 16u
+ * member adds 2048 and saturates to 0..4095. LS_2x2 and LS_4x4 read only the
  * top-left 2x2 / 4x4 coefficients and give exactly the full inverse of a
  * block whose other coefficients are zero. LS_1x1 fills the 8x8 region with
- * ((Vek16s)((coef[0] Q[0]) >> 3) + 128)) saturated to 0..255, the 16-bit
+ * (Vek16s)(((coef[0] Q[0]) >> 3) + 128) saturated to 0..255, the 16-bit
  * truncation kept on purpose. To4x4 and To2x2 write the 4x4 / 2x2 image of
  * the block: the inverse DCT of the top-left 4x4 / 2x2 coefficients taken at
  * the centres of the 2x2 / 4x4 pixel groups (cosines of (2x + 1) u pi / 8 or
