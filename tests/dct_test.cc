@@ -105,17 +105,17 @@ TEST(DctQuantize, TiesGoToEvenForEveryValue) {
   std::vector<int> reciprocals = {0, 1, 2, 3, 129, 331, 2048, 10923, 16384, 32767, 32768, 32769, 65534, 65535};
   for (int r = 5; r < 65536; r += 997) reciprocals.push_back(r);
   for (int r : reciprocals) {
-    ExpectEveryTargetMatchesScalar([r] {
+    const Table16 table = Filled(static_cast<Vek16u>(r));
+    const auto quantiseAll = [&] {
       std::vector<int16_t> all(65536);
-      const Table16 table = Filled(static_cast<Vek16u>(r));
       for (int i = 0; i < 65536; ++i) all[static_cast<std::size_t>(i)] = static_cast<int16_t>(i - 32768);
       for (std::size_t b = 0; b < all.size(); b += 64) QuantizeTiesToEvenBlock(all.data() + b, table.data());
       return all;
-    });
-    std::vector<int16_t> all(65536);
-    const Table16 table = Filled(static_cast<Vek16u>(r));
-    for (int i = 0; i < 65536; ++i) all[static_cast<std::size_t>(i)] = static_cast<int16_t>(i - 32768);
-    for (std::size_t b = 0; b < all.size(); b += 64) QuantizeTiesToEvenScalar(all.data() + b, table.data());
+    };
+    ExpectEveryTargetMatchesScalar(quantiseAll);
+    ForceScalarForms(true);
+    const auto all = quantiseAll();
+    ForceScalarForms(false);
     for (int i = 0; i < 65536; ++i) ASSERT_EQ(all[static_cast<std::size_t>(i)], RoundTiesToEven(i - 32768, r)) << "x " << i - 32768 << " r " << r;
   }
   // Ties: 3/2 and 5/2 go to 2, -3/2 to -2, 1/2 to 0 (r = 16384 halves).

@@ -100,12 +100,15 @@ HWY_INLINE hn::Vec<D> ForwardRows(D d, hn::Vec<D> o, size_t u0) {
   return hn::ReorderDemote2To(d, hn::ShiftRight<20>(low), hn::ShiftRight<20>(high));
 }
 
-// Rows at 2^3 from load(r), transformed and quantised into dst.
+// Rows at 2^3 from load(r), transformed and quantised into dst. A bias that
+// load left on every sample reaches only the column pass's DC row (sums of
+// 8); dcBias removes it there.
 template <class LoadRow>
-HWY_INLINE void DctQuantFwdRows(const LoadRow& load, int16_t* dst, const uint16_t* fwdTable) {
+HWY_INLINE void DctQuantFwdRows(const LoadRow& load, int16_t dcBias, int16_t* dst, const uint16_t* fwdTable) {
   V8 f[8];
   for (int r = 0; r < 8; ++r) f[r] = load(r);
   ForwardColumns(f);
+  f[0] = hn::Sub(f[0], hn::Set(D8(), dcBias));
   const hn::ScalableTag<int16_t> d;
   constexpr size_t kRows = dct_simd::RowsPerVector(d);
   for (size_t u = 0; u < 8; u += kRows) {
@@ -115,18 +118,15 @@ HWY_INLINE void DctQuantFwdRows(const LoadRow& load, int16_t* dst, const uint16_
 }
 
 void DctQuantFwd16s(const int16_t* src, int16_t* dst, const uint16_t* fwdTable) {
-  DctQuantFwdRows([&](int r) { return hn::ShiftLeft<3>(hn::LoadU(D8(), src + 8 * r)); }, dst, fwdTable);
+  DctQuantFwdRows([&](int r) { return hn::ShiftLeft<3>(hn::LoadU(D8(), src + 8 * r)); }, 0, dst, fwdTable);
 }
 
+// The level shift of 128 per sample becomes 8 x 8 x 128 at 2^3 on the DC row.
 void DctQuantFwd8u(const uint8_t* src, int srcStep, int16_t* dst, const uint16_t* fwdTable) {
   const hn::Rebind<uint8_t, D8> d8;
-  const V8 bias = hn::Set(D8(), 128);
   DctQuantFwdRows(
-      [&](int r) {
-        const V8 samples = hn::PromoteTo(D8(), hn::LoadU(d8, RowAt(src, srcStep, r)));
-        return hn::ShiftLeft<3>(hn::Sub(samples, bias));
-      },
-      dst, fwdTable);
+      [&](int r) { return hn::ShiftLeft<3>(hn::PromoteTo(D8(), hn::LoadU(d8, RowAt(src, srcStep, r)))); },
+      8 * 8 * 128, dst, fwdTable);
 }
 #endif  // HWY_TARGET == HWY_SCALAR
 
