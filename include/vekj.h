@@ -155,8 +155,9 @@ VEKAPI VekStatus vekiQuantInv8x8_JPEG_16s_C1I(Vek16s* pSrcDst, const Vek16u* pQu
  * x + (7 - x) sums and differences (16 bits) and multiplies them in pairs by
  * round(32768 cos(i pi/16) cos(j pi/16)), summed in 32 bits, + 2^19 >> 20,
  * saturated to 16 bits. Each coefficient x is then quantised with its
- * reciprocal r as round(x r / 2^15), ties to even, saturated (the stated
- * s/b formula); this rounding differs on purpose from vekiQuantFwd8x8's.
+ * reciprocal r: s = (r >> 1) x + (r & 1)(x >> 1), b = ((r & x) & 1) |
+ * ((s >> 14) & 1), (s + 8191 + b) >> 14 saturated, which is round(x r / 2^15)
+ * with ties to even; this rounding differs on purpose from vekiQuantFwd8x8's.
  * Intermediates wrap in 16 and 32 bits: source values -128..127 never
  * overflow. The 16u member runs in float: sample - 2048, the T.81 DCT as two
  * passes of 8-term sums in a fixed order, each coefficient times its table

@@ -77,7 +77,7 @@ struct ErrorStats {
 // ---- Row weights ------------------------------------------------------------
 
 TEST(DctTables, RowWeightsAreScaledCosineProducts) {
-  // The stated 16384 and 22725 tables (outputs u = 0 and u = 1).
+  // The 16384 and 22725 tables (outputs u = 0 and u = 1).
   std::vector<int> u0, u1;
   for (int v = 0; v < 8; ++v)
     for (int x = 0; x < 4; ++x) {
@@ -463,7 +463,7 @@ TEST(DctTargets, EveryTargetMatchesScalar) {
 
 // ---- Argument checks ------------------------------------------------------------------
 
-TEST(DctChecks, ArgumentChecksInStatedOrder) {
+TEST(DctChecks, ArgumentChecksInFamilyOrder) {
   Coefs block{};
   const Table16 table = Filled(1);
   const float ftable[64] = {};

@@ -47,7 +47,7 @@ TEST(QuantRawTable, ScalesEveryByteWithTruncationAndClamp) {
   }
 }
 
-TEST(QuantRawTable, StatedQualities) {
+TEST(QuantRawTable, EdgeQualities) {
   Raw t = Filled(255);
   ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(t.data(), 1), vekStsOk);  // F = 5000
   EXPECT_EQ(t, Filled(255));
@@ -95,8 +95,8 @@ TEST(QuantTables, ForwardIsRoundedReciprocalInNaturalOrder) {
   const struct {
     Vek8u q;
     Vek16u r;
-  } stated[] = {{1, 32768}, {2, 16384}, {3, 10923}, {16, 2048}, {99, 331}, {255, 129}};
-  for (const auto& s : stated) {
+  } known[] = {{1, 32768}, {2, 16384}, {3, 10923}, {16, 2048}, {99, 331}, {255, 129}};
+  for (const auto& s : known) {
     Table fwd;
     ASSERT_EQ(vekiQuantFwdTableInit_JPEG_8u16u(Filled(s.q).data(), fwd.data()), vekStsOk);
     EXPECT_EQ(fwd[0], s.r);
@@ -115,7 +115,7 @@ TEST(QuantTables, ZeroQuantiserWarnsAndWritesTheWholeTable) {
   EXPECT_EQ(inv[8], 0);
 }
 
-// x / Q rounded to nearest, ties toward +infinity, through the stated examples.
+// x / Q rounded to nearest, ties toward +infinity: -24 / 16 is -1, 24 / 16 is 2.
 TEST(QuantFwd, TiesGoUpward) {
   const struct {
     int x, q, want;
