@@ -48,8 +48,9 @@ inline constexpr int16_t kTan1Q15 = 6518;
 inline constexpr int16_t kTan2Q15 = 13573;
 inline constexpr int16_t kTan3Q15 = 21895;
 
-// Fractional bits between the inverse passes: 8-bit samples keep 4, 12-bit
-// samples (16 times the range) keep 1.
+// Fractional bits between the inverse passes: 8-bit samples keep 4; 12-bit
+// samples, 16 times the range, keep 3, as much as their strongest blocks
+// leave room for in 16 bits.
 inline constexpr int kInvFracBits8 = 4;
 inline constexpr int kInvFracBits12 = 3;
 
