@@ -38,7 +38,7 @@ Table16 Filled(Vek16u v) {
 const Table16 kUnitFwd = Filled(32768);  // Q = 1: the quantiser returns the transform's output
 const Table16 kUnitInv = Filled(1);
 
-// Random 8u blocks and the photograph's, as doubles and as samples.
+// `random` random 8u blocks, then every 7th block of the photograph.
 std::vector<test::SampleBlock> SampleBlocks(int random) {
   std::vector<test::SampleBlock> blocks;
   for (int i = 0; i < random; ++i) {
