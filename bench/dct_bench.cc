@@ -18,20 +18,20 @@ namespace {
 constexpr std::size_t kBlocks = 2048;  // 128 KiB of samples: the stream stays in L2
 
 // T.81 Table K.1, in zig-zag order as a DQT segment holds it.
-constexpr Vek8u kLuminanceZigzag[64] = {
-    16, 11, 12, 14, 12, 10, 16, 14, 13, 14, 18, 17, 16, 19, 24, 40, 26, 24, 22, 22, 24, 49,
-    35, 37, 29, 40, 58, 51, 61, 60, 57, 51, 56, 55, 64, 72, 92, 78, 64, 68, 87, 69, 55, 56,
-    80, 109, 81, 87, 95, 98, 103, 104, 103, 62, 77, 113, 121, 112, 100, 120, 92, 101, 103, 99};
+constexpr Vek8u kLuminanceZigzag[64] = {16, 11, 12,  14,  12,  10, 16, 14,  13,  14,  18,  17,  16, 19,  24,  40,
+                                        26, 24, 22,  22,  24,  49, 35, 37,  29,  40,  58,  51,  61, 60,  57,  51,
+                                        56, 55, 64,  72,  92,  78, 64, 68,  87,  69,  55,  56,  80, 109, 81,  87,
+                                        95, 98, 103, 104, 103, 62, 77, 113, 121, 112, 100, 120, 92, 101, 103, 99};
 
 struct Stream {
   std::array<Vek8u, 64> raw;
   std::array<Vek16u, 64> fwd, inv;
   std::array<Vek32f, 64> fwdFloat;
-  std::vector<Vek8u> samples;        // kBlocks blocks of 8x8, step 8
-  std::vector<Vek16u> samples12;     // the same as 12-bit samples, step 16 bytes
-  std::vector<Vek16s> shifted;       // samples - 128
-  std::vector<Vek16s> transformed;   // unquantised DCT
-  std::vector<Vek16s> quantised;     // what a decoder receives
+  std::vector<Vek8u> samples;       // kBlocks blocks of 8x8, step 8
+  std::vector<Vek16u> samples12;    // the same as 12-bit samples, step 16 bytes
+  std::vector<Vek16s> shifted;      // samples - 128
+  std::vector<Vek16s> transformed;  // unquantised DCT
+  std::vector<Vek16s> quantised;    // what a decoder receives
 };
 
 const Stream& TheStream() {

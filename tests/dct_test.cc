@@ -84,8 +84,10 @@ TEST(DctTables, RowWeightsAreScaledCosineProducts) {
       u0.push_back(std::abs(dct::kRowWeights[0][v][x]));
       u1.push_back(std::abs(dct::kRowWeights[1][v][x]));
     }
-  for (int w : {16384, 22725, 21407, 19266, 12873, 8867, 4520}) EXPECT_NE(std::find(u0.begin(), u0.end(), w), u0.end()) << w;
-  for (int w : {22725, 31521, 29692, 26722, 17855, 12299, 6270}) EXPECT_NE(std::find(u1.begin(), u1.end(), w), u1.end()) << w;
+  for (int w : {16384, 22725, 21407, 19266, 12873, 8867, 4520})
+    EXPECT_NE(std::find(u0.begin(), u0.end(), w), u0.end()) << w;
+  for (int w : {22725, 31521, 29692, 26722, 17855, 12299, 6270})
+    EXPECT_NE(std::find(u1.begin(), u1.end(), w), u1.end()) << w;
   const int factor[8] = {4, 1, 2, 3, 4, 3, 2, 1};
   for (int u = 0; u < 8; ++u)
     for (int v = 0; v < 8; ++v)
@@ -122,7 +124,8 @@ TEST(DctQuantize, TiesGoToEvenForEveryValue) {
     ForceScalarForms(true);
     const auto all = quantiseAll();
     ForceScalarForms(false);
-    for (int i = 0; i < 65536; ++i) ASSERT_EQ(all[static_cast<std::size_t>(i)], RoundTiesToEven(i - 32768, r)) << "x " << i - 32768 << " r " << r;
+    for (int i = 0; i < 65536; ++i)
+      ASSERT_EQ(all[static_cast<std::size_t>(i)], RoundTiesToEven(i - 32768, r)) << "x " << i - 32768 << " r " << r;
   }
   // Ties: 3/2 and 5/2 go to 2, -3/2 to -2, 1/2 to 0 (r = 16384 halves).
   int16_t block[64] = {3, 5, -3, 1, -1};
@@ -353,7 +356,12 @@ TEST(DctReduced, OneByOneTruncatesTo16BitsBeforeSaturating) {
     Vek16u q;
     int want;
   } cases[] = {
-      {8, 1, 129}, {-8, 1, 127}, {-9, 1, 126}, {-2000, 1, 0}, {2000, 1, 255}, {0, 65535, 128},
+      {8, 1, 129},
+      {-8, 1, 127},
+      {-9, 1, 126},
+      {-2000, 1, 0},
+      {2000, 1, 255},
+      {0, 65535, 128},
       // 32767 * 65535 >> 3 = 268423168; + 128 = 0x0FFF8080, whose low 16 bits read as -32640: 0.
       {32767, 65535, 0},
       // 4096 * 128 >> 3 = 65536; + 128 cut to 16 bits is 128.
@@ -382,7 +390,8 @@ TEST(DctReduced, CornerMembersAreTheFullInverseOfTheCorner) {
       const auto noisy = RandomVector<Vek16s>(64, -2000, 2000);
       Coefs corner{};
       for (int r = 0; r < n; ++r)
-        for (int c = 0; c < n; ++c) corner[8 * r + c] = static_cast<Vek16s>(noisy[static_cast<std::size_t>(8 * r + c)] / 20);
+        for (int c = 0; c < n; ++c)
+          corner[8 * r + c] = static_cast<Vek16s>(noisy[static_cast<std::size_t>(8 * r + c)] / 20);
       Coefs padded = corner;
       for (int k = 0; k < 64; ++k)
         if (k / 8 >= n || k % 8 >= n) padded[k] = noisy[static_cast<std::size_t>(k)];

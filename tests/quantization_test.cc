@@ -119,7 +119,7 @@ TEST(QuantTables, ZeroQuantiserWarnsAndWritesTheWholeTable) {
 TEST(QuantFwd, TiesGoUpward) {
   const struct {
     int x, q, want;
-  } cases[] = {{24, 16, 2},  {-24, 16, -1}, {100, 16, 6}, {-100, 16, -6}, {5, 3, 2},
+  } cases[] = {{24, 16, 2}, {-24, 16, -1}, {100, 16, 6}, {-100, 16, -6}, {5, 3, 2},
                {-5, 3, -2}, {-8, 16, 0},   {8, 16, 1},   {0, 255, 0},    {4095, 1, 4095}};
   for (const auto& c : cases) {
     Raw raw = Filled(static_cast<Vek8u>(c.q));

@@ -25,14 +25,23 @@ inline constexpr int16_t kCosProducts[5][8] = {
 // k_u: the cosine that D carries for output u of the column pass.
 inline constexpr int kRowFactor[8] = {4, 1, 2, 3, 4, 3, 2, 1};
 
-// W(u, v, x): cos((2x + 1) v pi/16) reduced to +-cos(j pi/16), j in 1..7;
-// C(0) = cos(4 pi/16).
-constexpr int16_t RowWeight(int u, int v, int x) {
-  const int16_t* products = kCosProducts[kRowFactor[u]];
-  if (v == 0) return products[4];
+// C(v) cos((2x + 1) v pi/16) as sign * cos(j pi/16), j in 1..7 (C(0) =
+// cos(4 pi/16)): the angle reduced to the first quadrant.
+struct CosineTerm {
+  int sign;
+  int j;
+};
+constexpr CosineTerm BasisTerm(int v, int x) {
+  if (v == 0) return {1, 4};
   int m = (2 * x + 1) * v % 32;
   if (m > 16) m = 32 - m;
-  return static_cast<int16_t>(m > 8 ? -products[16 - m] : products[m]);
+  return m > 8 ? CosineTerm{-1, 16 - m} : CosineTerm{1, m};
+}
+
+// W(u, v, x).
+constexpr int16_t RowWeight(int u, int v, int x) {
+  const CosineTerm term = BasisTerm(v, x);
+  return static_cast<int16_t>(term.sign * kCosProducts[kRowFactor[u]][term.j]);
 }
 
 // Column-pass constants of the forward transform: high halves of 16-bit
@@ -135,18 +144,19 @@ inline constexpr int kReducedFracBits = 6;
 
 namespace vek::dct {
 
-// The 12-bit forward transform runs in float: C(u)/2 cos((2x + 1) u pi/16),
-// rounded to float, by frequency u, then position x.
-inline constexpr float kFloatBasis[8][8] = {
-    {0.3535533845424652f, 0.3535533845424652f, 0.3535533845424652f, 0.3535533845424652f, 0.3535533845424652f, 0.3535533845424652f, 0.3535533845424652f, 0.3535533845424652f},
-    {0.49039262533187866f, 0.41573479771614075f, 0.27778512239456177f, 0.09754516184329987f, -0.09754516184329987f, -0.27778512239456177f, -0.41573479771614075f, -0.49039262533187866f},
-    {0.4619397521018982f, 0.19134171307086945f, -0.19134171307086945f, -0.4619397521018982f, -0.4619397521018982f, -0.19134171307086945f, 0.19134171307086945f, 0.4619397521018982f},
-    {0.41573479771614075f, -0.09754516184329987f, -0.49039262533187866f, -0.27778512239456177f, 0.27778512239456177f, 0.49039262533187866f, 0.09754516184329987f, -0.41573479771614075f},
-    {0.3535533845424652f, -0.3535533845424652f, -0.3535533845424652f, 0.3535533845424652f, 0.3535533845424652f, -0.3535533845424652f, -0.3535533845424652f, 0.3535533845424652f},
-    {0.27778512239456177f, -0.49039262533187866f, 0.09754516184329987f, 0.41573479771614075f, -0.41573479771614075f, -0.09754516184329987f, 0.49039262533187866f, -0.27778512239456177f},
-    {0.19134171307086945f, -0.4619397521018982f, 0.4619397521018982f, -0.19134171307086945f, -0.19134171307086945f, 0.4619397521018982f, -0.4619397521018982f, 0.19134171307086945f},
-    {0.09754516184329987f, -0.27778512239456177f, 0.41573479771614075f, -0.49039262533187866f, 0.49039262533187866f, -0.41573479771614075f, 0.27778512239456177f, -0.09754516184329987f},
-};
+// The 12-bit forward transform runs in float: C(u)/2 cos((2x + 1) u pi/16)
+// by frequency u, then position x, from cos(j pi/16) / 2 rounded to float.
+inline constexpr float kHalfCosines[8] = {0.5f,         0.490392625f, 0.461939752f, 0.415734798f,
+                                          0.353553385f, 0.277785122f, 0.191341713f, 0.0975451618f};
+inline constexpr auto kFloatBasis = [] {
+  std::array<std::array<float, 8>, 8> basis{};
+  for (int u = 0; u < 8; ++u)
+    for (int x = 0; x < 8; ++x) {
+      const CosineTerm term = BasisTerm(u, x);
+      basis[u][x] = static_cast<float>(term.sign) * kHalfCosines[term.j];
+    }
+  return basis;
+}();
 
 // The same by position x, then frequency u.
 inline constexpr auto kFloatBasisByPosition = [] {

@@ -93,10 +93,10 @@ HWY_INLINE hn::Vec<D> ForwardRows(D d, hn::Vec<D> o, size_t u0) {
   const auto pairs23 = hn::BitCast(d, hn::InterleaveUpper(d64, ab, ab));
   const auto round = hn::Set(d32, 1 << 19);
   const auto& w = dct::kFwdPairs;
-  const auto low = dct_simd::PairDot(d32, pairs01, hn::LoadU(d, &w[0][8 * u0]), pairs23,
-                                     hn::LoadU(d, &w[1][8 * u0]), round);
-  const auto high = dct_simd::PairDot(d32, pairs01, hn::LoadU(d, &w[2][8 * u0]), pairs23,
-                                      hn::LoadU(d, &w[3][8 * u0]), round);
+  const auto low =
+      dct_simd::PairDot(d32, pairs01, hn::LoadU(d, &w[0][8 * u0]), pairs23, hn::LoadU(d, &w[1][8 * u0]), round);
+  const auto high =
+      dct_simd::PairDot(d32, pairs01, hn::LoadU(d, &w[2][8 * u0]), pairs23, hn::LoadU(d, &w[3][8 * u0]), round);
   return hn::ReorderDemote2To(d, hn::ShiftRight<20>(low), hn::ShiftRight<20>(high));
 }
 
@@ -124,9 +124,8 @@ void DctQuantFwd16s(const int16_t* src, int16_t* dst, const uint16_t* fwdTable) 
 // The level shift of 128 per sample becomes 8 x 8 x 128 at 2^3 on the DC row.
 void DctQuantFwd8u(const uint8_t* src, int srcStep, int16_t* dst, const uint16_t* fwdTable) {
   const hn::Rebind<uint8_t, D8> d8;
-  DctQuantFwdRows(
-      [&](int r) { return hn::ShiftLeft<3>(hn::PromoteTo(D8(), hn::LoadU(d8, RowAt(src, srcStep, r)))); },
-      8 * 8 * 128, dst, fwdTable);
+  DctQuantFwdRows([&](int r) { return hn::ShiftLeft<3>(hn::PromoteTo(D8(), hn::LoadU(d8, RowAt(src, srcStep, r)))); },
+                  8 * 8 * 128, dst, fwdTable);
 }
 #endif  // HWY_TARGET == HWY_SCALAR
 

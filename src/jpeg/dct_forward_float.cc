@@ -53,7 +53,8 @@ void DctQuantFwd16u(const uint16_t* src, int srcStep, int16_t* dst, const float*
   for (int u = 0; u < 8; ++u) {
     for (size_t v = 0; v < 8; v += n) {
       auto sum = hn::Mul(hn::Set(df, columns[u][0]), hn::LoadU(df, &byPosition[0][v]));
-      for (int x = 1; x < 8; ++x) sum = hn::Add(sum, hn::Mul(hn::Set(df, columns[u][x]), hn::LoadU(df, &byPosition[x][v])));
+      for (int x = 1; x < 8; ++x)
+        sum = hn::Add(sum, hn::Mul(hn::Set(df, columns[u][x]), hn::LoadU(df, &byPosition[x][v])));
       const auto scaled = hn::Mul(sum, hn::LoadU(df, fwdTable + 8 * u + v));
       const auto clamped = hn::Min(hn::Max(scaled, lowest), highest);
       hn::StoreU(hn::DemoteTo(d16, hn::NearestInt(clamped)), d16, dst + 8 * u + v);

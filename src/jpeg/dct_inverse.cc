@@ -49,10 +49,10 @@ HWY_INLINE hn::Vec<D> InverseRows(D d, hn::Vec<D> c, size_t u0) {
   const auto even = dct_simd::PairDot(d32, hn::BitCast(d, hn::Broadcast<0>(pairs)), hn::LoadU(d, &w[0][8 * u0]),
                                       hn::BitCast(d, hn::Broadcast<1>(pairs)), hn::LoadU(d, &w[1][8 * u0]),
                                       hn::Set(d32, 1 << (16 - kFrac)));
-  const auto odd = dct_simd::PairDot(d32, hn::BitCast(d, hn::Broadcast<2>(pairs)), hn::LoadU(d, &w[2][8 * u0]),
-                                     hn::BitCast(d, hn::Broadcast<3>(pairs)), hn::LoadU(d, &w[3][8 * u0]),
-                                     hn::Zero(d32));
-  const auto low = hn::ShiftRight<17 - kFrac>(hn::Add(even, odd));                     // x = 0..3
+  const auto odd =
+      dct_simd::PairDot(d32, hn::BitCast(d, hn::Broadcast<2>(pairs)), hn::LoadU(d, &w[2][8 * u0]),
+                        hn::BitCast(d, hn::Broadcast<3>(pairs)), hn::LoadU(d, &w[3][8 * u0]), hn::Zero(d32));
+  const auto low = hn::ShiftRight<17 - kFrac>(hn::Add(even, odd));                    // x = 0..3
   const auto high = hn::ShiftRight<17 - kFrac>(hn::Shuffle0123(hn::Sub(even, odd)));  // x = 4..7
   return hn::ReorderDemote2To(d, low, high);
 }

@@ -63,9 +63,7 @@ namespace {
 
 // The quality factor of the IJG tables: 64 bits, so that every quality
 // from 100 up gives a factor of at most 0.
-int64_t QualityFactor(int quality) {
-  return quality >= 50 ? 200 - 2 * int64_t{quality} : 5000 / quality;
-}
+int64_t QualityFactor(int quality) { return quality >= 50 ? 200 - 2 * int64_t{quality} : 5000 / quality; }
 
 // Applies q(Q) to the raw table's quantisers, taken in natural order.
 template <class Fn>

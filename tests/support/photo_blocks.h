@@ -22,7 +22,8 @@ inline const std::vector<SampleBlock>& PhotoBlocks() {
       for (int bx = 0; bx + 8 <= photo.width; bx += 8) {
         SampleBlock b;
         for (int y = 0; y < 8; ++y)
-          for (int x = 0; x < 8; ++x) b[8 * y + x] = photo.pixels[static_cast<std::size_t>((by + y) * photo.width + bx + x)];
+          for (int x = 0; x < 8; ++x)
+            b[8 * y + x] = photo.pixels[static_cast<std::size_t>((by + y) * photo.width + bx + x)];
         all.push_back(b);
       }
     return all;
