@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bench_util.h"
+#include "support/jpeg_tables.h"
 #include "support/photo_blocks.h"
 #include "vekj.h"
 
@@ -16,12 +17,6 @@ namespace vek::bench {
 namespace {
 
 constexpr std::size_t kBlocks = 2048;  // 128 KiB of samples: the stream stays in L2
-
-// T.81 Table K.1, in zig-zag order as a DQT segment holds it.
-constexpr Vek8u kLuminanceZigzag[64] = {16, 11, 12,  14,  12,  10, 16, 14,  13,  14,  18,  17,  16, 19,  24,  40,
-                                        26, 24, 22,  22,  24,  49, 35, 37,  29,  40,  58,  51,  61, 60,  57,  51,
-                                        56, 55, 64,  72,  92,  78, 64, 68,  87,  69,  55,  56,  80, 109, 81,  87,
-                                        95, 98, 103, 104, 103, 62, 77, 113, 121, 112, 100, 120, 92, 101, 103, 99};
 
 struct Stream {
   std::array<Vek8u, 64> raw;
@@ -37,7 +32,7 @@ struct Stream {
 const Stream& TheStream() {
   static const Stream s = [] {
     Stream s;
-    std::copy(std::begin(kLuminanceZigzag), std::end(kLuminanceZigzag), s.raw.begin());
+    s.raw = test::kLuminanceQuantZigzag;
     vekiQuantFwdRawTableInit_JPEG_8u(s.raw.data(), 75);
     vekiQuantFwdTableInit_JPEG_8u16u(s.raw.data(), s.fwd.data());
     vekiQuantInvTableInit_JPEG_8u16u(s.raw.data(), s.inv.data());

@@ -4,6 +4,7 @@
 // forms, the reduced members against the full inverse and a reduced DCT,
 // and the order of argument checks.
 #include <gtest/gtest.h>
+#include <turbojpeg.h>
 
 #include <algorithm>
 #include <array>
@@ -17,6 +18,8 @@
 #include "jpeg/dct.h"
 #include "jpeg/dct_fixed.h"
 #include "simd_check.h"
+#include "support/jpeg_tables.h"
+#include "support/photo.h"
 #include "support/photo_blocks.h"
 #include "vekj.h"
 
@@ -270,24 +273,47 @@ TEST(DctMembers, SixteenBitFormsAgreeWithTheLevelShiftedOnes) {
   }
 }
 
-// Round trip through quality-75-like tables and back stays close to the photo.
-TEST(DctMembers, RoundTripOfThePhotographIsClose) {
+// The photograph through forward and inverse at quality 75 against the same
+// round trip through libjpeg-turbo (its own DCTs, the same tables): measured
+// 50.2 dB between the two decodes, 94% of samples within 1, and 42.21 dB to
+// the original for ours against 42.15 dB for the peer's.
+TEST(DctMembers, RoundTripOfThePhotographMatchesLibjpegTurbo) {
+  const test::Photo photo = test::LoadJpeg(test::TestDataPath(test::kBenchPhoto), 1);
+  const int w = photo.width, h = photo.height;
+  std::array<Vek8u, 64> raw = test::kLuminanceQuantZigzag;
   Table16 fwd, inv;
-  for (int k = 0; k < 64; ++k) {
-    inv[k] = static_cast<Vek16u>(2 + k / 4);
-    fwd[k] = static_cast<Vek16u>((65536 + inv[k]) / (2 * inv[k]));
-  }
-  double squared = 0;
-  long n = 0;
-  for (const auto& s : SampleBlocks(0)) {
-    Coefs coef;
-    std::array<Vek8u, 64> back;
-    ASSERT_EQ(vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(s.data(), 8, coef.data(), fwd.data()), vekStsOk);
-    ASSERT_EQ(vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(coef.data(), back.data(), 8, inv.data()), vekStsOk);
-    for (int k = 0; k < 64; ++k, ++n) squared += (back[k] - s[k]) * (back[k] - s[k]);
-  }
-  const double psnr = 10 * std::log10(255.0 * 255.0 / (squared / static_cast<double>(n)));
-  EXPECT_GT(psnr, 38.0);
+  ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(raw.data(), 75), vekStsOk);
+  ASSERT_EQ(vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), fwd.data()), vekStsOk);
+  ASSERT_EQ(vekiQuantInvTableInit_JPEG_8u16u(raw.data(), inv.data()), vekStsOk);
+  std::vector<Vek8u> ours(photo.pixels.size());
+  for (int y = 0; y < h; y += 8)
+    for (int x = 0; x < w; x += 8) {
+      Coefs coef;
+      const std::size_t at = static_cast<std::size_t>(y * w + x);
+      ASSERT_EQ(vekiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(&photo.pixels[at], w, coef.data(), fwd.data()), vekStsOk);
+      ASSERT_EQ(vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(coef.data(), &ours[at], w, inv.data()), vekStsOk);
+    }
+
+  tjhandle encoder = tjInitCompress(), decoder = tjInitDecompress();
+  unsigned char* jpeg = nullptr;
+  unsigned long size = 0;
+  std::vector<unsigned char> peer(photo.pixels.size());
+  ASSERT_EQ(tjCompress2(encoder, photo.pixels.data(), w, w, h, TJPF_GRAY, &jpeg, &size, TJSAMP_GRAY, 75, 0), 0);
+  ASSERT_EQ(tjDecompress2(decoder, jpeg, size, peer.data(), w, w, h, TJPF_GRAY, 0), 0);
+  tjFree(jpeg);
+  tjDestroy(encoder);
+  tjDestroy(decoder);
+
+  const auto psnr = [&](const std::vector<unsigned char>& a, const std::vector<unsigned char>& b) {
+    double squared = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) squared += (a[i] - b[i]) * (a[i] - b[i]);
+    return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.size()) / squared);
+  };
+  long close = 0;
+  for (std::size_t i = 0; i < ours.size(); ++i) close += std::abs(ours[i] - peer[i]) <= 1;
+  EXPECT_GT(psnr(ours, peer), 48.0);
+  EXPECT_GT(static_cast<double>(close) / static_cast<double>(ours.size()), 0.9);
+  EXPECT_GT(psnr(ours, photo.pixels), psnr(peer, photo.pixels) - 0.1);
 }
 
 TEST(DctMembers, ZeroBlocksGiveMidGrey) {

@@ -2,6 +2,7 @@
 // tables' rounding and order, the asymmetric rounding of the forward
 // quantiser and the wrap of the inverse one, on every target.
 #include <gtest/gtest.h>
+#include <turbojpeg.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +14,7 @@
 #include "jpeg/quantization.h"
 #include "jpeg/zigzag.h"
 #include "simd_check.h"
+#include "support/jpeg_tables.h"
 #include "vekj.h"
 
 namespace vek {
@@ -76,6 +78,36 @@ TEST(QuantRawTable, EdgeQualities) {
     EXPECT_EQ(t, ramp) << "a refused call wrote";
   }
   EXPECT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(nullptr, 0), vekStsNullPtr);
+}
+
+// The quantisation table libjpeg-turbo writes into its DQT segment for a
+// grey image at `quality` (8-bit precision), in zig-zag order.
+Raw PeerLuminanceTable(int quality) {
+  tjhandle tj = tjInitCompress();
+  const std::vector<unsigned char> pixels(64, 100);
+  unsigned char* jpeg = nullptr;
+  unsigned long size = 0;
+  EXPECT_EQ(tjCompress2(tj, pixels.data(), 8, 8, 8, TJPF_GRAY, &jpeg, &size, TJSAMP_GRAY, quality, 0), 0);
+  Raw table{};
+  for (unsigned long i = 0; i + 5 + 64 <= size; ++i) {
+    if (jpeg[i] == 0xFF && jpeg[i + 1] == 0xDB && jpeg[i + 4] == 0) {
+      std::copy_n(jpeg + i + 5, 64, table.begin());
+      break;
+    }
+  }
+  tjFree(jpeg);
+  tjDestroy(tj);
+  return table;
+}
+
+// The T.81 Annex K luminance table scaled as libjpeg-turbo scales it.
+TEST(QuantRawTable, MatchesLibjpegTurboQualityScaling) {
+  const Raw luminance = test::kLuminanceQuantZigzag;
+  for (int quality : {1, 5, 10, 25, 33, 49, 50, 51, 75, 90, 95, 99, 100}) {
+    Raw ours = luminance;
+    ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(ours.data(), quality), vekStsOk);
+    EXPECT_EQ(ours, PeerLuminanceTable(quality)) << "quality " << quality;
+  }
 }
 
 // Every Q 1..255 at one zig-zag index each, read back at its natural position.
