@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "core/checks.h"
+
 namespace vek {
 
 // The fused forward quantisation: round(x r / 2^15), ties to even, saturated,
@@ -35,5 +37,15 @@ void DctQuantInvCorner4Scalar(const int16_t* src, uint8_t* dst, int dstStep, con
 // Reduced inverse images: 4x4 and 2x2 samples + 128.
 void DctQuantInvTo4x4Scalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable);
 void DctQuantInvTo2x2Scalar(const int16_t* src, uint8_t* dst, int dstStep, const uint16_t* invTable);
+
+// The inverse members with a destination step: checks the source and
+// destination, the step, then the table, and runs the kernel.
+template <class Sample>
+VekStatus RunInverse(void (*kernel)(const int16_t*, Sample*, int, const uint16_t*), const int16_t* src, Sample* dst,
+                     int dstStep, const uint16_t* invTable) {
+  if (VekStatus st = ArgCheck().Ptr(src).Ptr(dst).Step(dstStep).Ptr(invTable)) return st;
+  kernel(src, dst, dstStep, invTable);
+  return vekStsOk;
+}
 
 }  // namespace vek

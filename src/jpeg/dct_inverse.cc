@@ -238,15 +238,6 @@ HWY_EXPORT(DctQuantInv16u);
 HWY_EXPORT(DctQuantInvCorner2);
 HWY_EXPORT(DctQuantInvCorner4);
 
-namespace {
-
-// Checks of the members with a destination step.
-VekStatus CheckStepped(const void* src, const void* dst, int dstStep, const void* table) {
-  return ArgCheck().Ptr(src).Ptr(dst).Step(dstStep).Ptr(table);
-}
-
-}  // namespace
-
 VekStatus impl::vekiDCTQuantInv8x8_JPEG_16s_C1(const Vek16s* pSrc, Vek16s* pDst, const Vek16u* pQuantInvTable) {
   if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pDst).Ptr(pQuantInvTable)) return st;
   VEK_PICK(DctQuantInv16sScalar, DctQuantInv16s)(pSrc, pDst, pQuantInvTable);
@@ -261,21 +252,17 @@ VekStatus impl::vekiDCTQuantInv8x8_JPEG_16s_C1I(Vek16s* pSrcDst, const Vek16u* p
 
 VekStatus impl::vekiDCTQuantInv8x8LS_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, int dstStep,
                                                     const Vek16u* pQuantInvTable) {
-  if (VekStatus st = CheckStepped(pSrc, pDst, dstStep, pQuantInvTable)) return st;
-  VEK_PICK(DctQuantInv8uScalar, DctQuantInv8u)(pSrc, pDst, dstStep, pQuantInvTable);
-  return vekStsOk;
+  return RunInverse(VEK_PICK(DctQuantInv8uScalar, DctQuantInv8u), pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 VekStatus impl::vekiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const Vek16s* pSrc, Vek16u* pDst, int dstStep,
                                                      const Vek16u* pQuantInvTable) {
-  if (VekStatus st = CheckStepped(pSrc, pDst, dstStep, pQuantInvTable)) return st;
-  VEK_PICK(DctQuantInv16uScalar, DctQuantInv16u)(pSrc, pDst, dstStep, pQuantInvTable);
-  return vekStsOk;
+  return RunInverse(VEK_PICK(DctQuantInv16uScalar, DctQuantInv16u), pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 VekStatus impl::vekiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, int dstStep,
                                                         const Vek16u* pQuantInvTable) {
-  if (VekStatus st = CheckStepped(pSrc, pDst, dstStep, pQuantInvTable)) return st;
+  if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pDst).Step(dstStep).Ptr(pQuantInvTable)) return st;
   // DC / 8 truncated; the sum with 128 is cut to 16 bits before saturating.
   const int32_t product = pSrc[0] * int32_t{pQuantInvTable[0]};
   const auto shifted = static_cast<int16_t>((product >> 3) + 128);
@@ -286,16 +273,12 @@ VekStatus impl::vekiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8
 
 VekStatus impl::vekiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, int dstStep,
                                                         const Vek16u* pQuantInvTable) {
-  if (VekStatus st = CheckStepped(pSrc, pDst, dstStep, pQuantInvTable)) return st;
-  VEK_PICK(DctQuantInvCorner2Scalar, DctQuantInvCorner2)(pSrc, pDst, dstStep, pQuantInvTable);
-  return vekStsOk;
+  return RunInverse(VEK_PICK(DctQuantInvCorner2Scalar, DctQuantInvCorner2), pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 VekStatus impl::vekiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, int dstStep,
                                                         const Vek16u* pQuantInvTable) {
-  if (VekStatus st = CheckStepped(pSrc, pDst, dstStep, pQuantInvTable)) return st;
-  VEK_PICK(DctQuantInvCorner4Scalar, DctQuantInvCorner4)(pSrc, pDst, dstStep, pQuantInvTable);
-  return vekStsOk;
+  return RunInverse(VEK_PICK(DctQuantInvCorner4Scalar, DctQuantInvCorner4), pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 }  // namespace vek

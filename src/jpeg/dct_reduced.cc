@@ -119,16 +119,12 @@ HWY_EXPORT(DctQuantInvTo2x2);
 
 VekStatus impl::vekiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, int dstStep,
                                                          const Vek16u* pQuantInvTable) {
-  if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pDst).Step(dstStep).Ptr(pQuantInvTable)) return st;
-  VEK_PICK(DctQuantInvTo4x4Scalar, DctQuantInvTo4x4)(pSrc, pDst, dstStep, pQuantInvTable);
-  return vekStsOk;
+  return RunInverse(VEK_PICK(DctQuantInvTo4x4Scalar, DctQuantInvTo4x4), pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 VekStatus impl::vekiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R(const Vek16s* pSrc, Vek8u* pDst, int dstStep,
                                                          const Vek16u* pQuantInvTable) {
-  if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pDst).Step(dstStep).Ptr(pQuantInvTable)) return st;
-  VEK_PICK(DctQuantInvTo2x2Scalar, DctQuantInvTo2x2)(pSrc, pDst, dstStep, pQuantInvTable);
-  return vekStsOk;
+  return RunInverse(VEK_PICK(DctQuantInvTo2x2Scalar, DctQuantInvTo2x2), pSrc, pDst, dstStep, pQuantInvTable);
 }
 
 }  // namespace vek
