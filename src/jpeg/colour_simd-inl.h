@@ -1,0 +1,176 @@
+// Per-target vector forms of the colour layouts and formulas, on 32-bit
+// lanes: every product and sum of the fixed-point formulas fits, so each lane
+// computes exactly what the plain form computes for its column.
+// Included once per target from the kernel files (hwy/foreach_target.h).
+#if defined(VEK_JPEG_COLOUR_SIMD_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef VEK_JPEG_COLOUR_SIMD_INL_H_
+#undef VEK_JPEG_COLOUR_SIMD_INL_H_
+#else
+#define VEK_JPEG_COLOUR_SIMD_INL_H_
+#endif
+
+#include <hwy/highway.h>
+
+#include "jpeg/colour_rows.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vek::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class D>
+struct VPx {
+  hn::Vec<D> c[4];
+};
+
+// ---- Layouts ---------------------------------------------------------------------
+
+template <class In, class D>
+VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
+  using colour::Kind;
+  const hn::Rebind<uint8_t, D> d8;
+  VPx<D> v;
+  if constexpr (In::kKind == Kind::kInterleaved) {
+    hn::Vec<decltype(d8)> raw[4];
+    const uint8_t* p = colour::Ptr<uint8_t>(row, 0) + In::kPixelBytes * x;
+    if constexpr (In::kPixelBytes == 3) {
+      hn::LoadInterleaved3(d8, p, raw[0], raw[1], raw[2]);
+      raw[3] = raw[0];
+    } else {
+      hn::LoadInterleaved4(d8, p, raw[0], raw[1], raw[2], raw[3]);
+    }
+    for (int c = 0; c < 4; ++c) v.c[c] = hn::PromoteTo(d, raw[In::kOffset[c]]);
+  } else if constexpr (In::kKind == Kind::kPlanes) {
+    for (int c = 0; c < In::kChannels; ++c) v.c[c] = hn::PromoteTo(d, hn::LoadU(d8, colour::Ptr<uint8_t>(row, c) + x));
+    for (int c = In::kChannels; c < 4; ++c) v.c[c] = hn::Zero(d);
+  } else {
+    static_assert(In::kKind == Kind::kPacked);
+    const hn::Rebind<uint16_t, D> d16;
+    const hn::Rebind<uint32_t, D> du32;
+    const auto p = hn::BitCast(d, hn::PromoteTo(du32, hn::LoadU(d16, colour::Ptr<uint16_t>(row, 0) + x)));
+    const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(d, 31)));
+    const auto mid = In::kIs565 ? hn::ShiftRight<3>(hn::And(p, hn::Set(d, 2016)))
+                                : hn::ShiftRight<2>(hn::And(p, hn::Set(d, 992)));
+    const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(d, 63488)))
+                                 : hn::ShiftRight<7>(hn::And(p, hn::Set(d, 31744)));
+    v.c[0] = In::kIsRedFirst ? low : high;
+    v.c[1] = mid;
+    v.c[2] = In::kIsRedFirst ? high : low;
+    v.c[3] = hn::Zero(d);
+  }
+  return v;
+}
+
+// Values are saturated to 0..255 on the way out.
+template <class Out, class D>
+void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx<D>& v, uint8_t fill) {
+  using colour::Kind;
+  const hn::Rebind<uint8_t, D> d8;
+  if constexpr (Out::kKind == Kind::kInterleaved) {
+    hn::Vec<decltype(d8)> bytes[4];
+    for (int c = 0; c < Out::kChannels; ++c) bytes[Out::kOffset[c]] = hn::DemoteTo(d8, v.c[c]);
+    uint8_t* p = colour::Ptr<uint8_t>(row, 0) + Out::kPixelBytes * x;
+    if constexpr (Out::kPixelBytes == 3) {
+      hn::StoreInterleaved3(bytes[0], bytes[1], bytes[2], d8, p);
+    } else {
+      if constexpr (Out::kChannels == 3) bytes[Out::kOffset[3]] = hn::Set(d8, fill);
+      hn::StoreInterleaved4(bytes[0], bytes[1], bytes[2], bytes[3], d8, p);
+    }
+  } else if constexpr (Out::kKind == Kind::kPlanes) {
+    for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(hn::DemoteTo(d8, v.c[c]), d8, colour::Ptr<uint8_t>(row, c) + x);
+  } else {
+    static_assert(Out::kKind == Kind::kPacked);
+    const auto zero = hn::Zero(d), max = hn::Set(d, 255);
+    const auto first = hn::Min(hn::Max(v.c[0], zero), max), mid = hn::Min(hn::Max(v.c[1], zero), max),
+               third = hn::Min(hn::Max(v.c[2], zero), max);
+    const auto low = Out::kIsRedFirst ? first : third, high = Out::kIsRedFirst ? third : first;
+    const auto word = Out::kIs565
+                          ? hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<2>(mid))),
+                                   hn::ShiftLeft<11>(hn::ShiftRight<3>(high)))
+                          : hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<3>(mid))),
+                                   hn::ShiftLeft<10>(hn::ShiftRight<3>(high)));
+    const hn::Rebind<uint16_t, D> d16;
+    hn::StoreU(hn::DemoteTo(d16, word), d16, colour::Ptr<uint16_t>(row, 0) + x);
+  }
+}
+
+// ---- Formulas --------------------------------------------------------------------
+
+// a*ka + b*kb + c*kc + k
+template <class D, class V = hn::Vec<D>>
+V Dot(D d, V a, int32_t ka, V b, int32_t kb, V c, int32_t kc, int32_t k) {
+  return hn::Add(hn::Add(hn::Mul(a, hn::Set(d, ka)), hn::Mul(b, hn::Set(d, kb))),
+                 hn::Add(hn::Mul(c, hn::Set(d, kc)), hn::Set(d, k)));
+}
+
+template <class D>
+VPx<D> Forward15(D d, const VPx<D>& p) {
+  VPx<D> o;
+  o.c[0] = hn::ShiftRight<15>(Dot(d, p.c[0], 9798, p.c[1], 19235, p.c[2], 3736, 16266));
+  o.c[1] = hn::ShiftRight<15>(Dot(d, p.c[0], -5529, p.c[1], -10855, p.c[2], 16384, 4210688));
+  o.c[2] = hn::ShiftRight<15>(Dot(d, p.c[0], 16384, p.c[1], -13720, p.c[2], -2664, 4210704));
+  o.c[3] = p.c[3];
+  return o;
+}
+
+template <class D>
+VPx<D> Forward14(D d, const VPx<D>& p, colour::CbWeights cb) {
+  VPx<D> o;
+  o.c[0] = hn::ShiftRight<14>(Dot(d, p.c[0], 4899, p.c[1], 9617, p.c[2], 1868, 8192));
+  o.c[1] = hn::ShiftRight<14>(Dot(d, p.c[0], cb.r, p.c[1], cb.g, p.c[2], 8192, 2105344));
+  o.c[2] = hn::ShiftRight<14>(Dot(d, p.c[0], 8192, p.c[1], -6860, p.c[2], -1332, 2105344));
+  o.c[3] = p.c[3];
+  return o;
+}
+
+// The scale-2^14 inverse. With 8-bit chroma every chroma term lies within
+// -227..226, so the 16-bit saturation of the plain form never acts here.
+template <class D>
+VPx<D> Inverse14(D d, const VPx<D>& p, colour::InverseOffsets k) {
+  const auto zero = hn::Zero(d);
+  VPx<D> o;
+  o.c[0] = hn::Add(p.c[0], hn::ShiftRight<14>(Dot(d, p.c[2], 22970, zero, 0, zero, 0, k.r)));
+  o.c[1] = hn::Add(p.c[0], hn::ShiftRight<14>(Dot(d, p.c[1], -5638, p.c[2], -11700, zero, 0, k.g)));
+  o.c[2] = hn::Add(p.c[0], hn::ShiftRight<14>(Dot(d, p.c[1], 29032, zero, 0, zero, 0, k.b)));
+  o.c[3] = p.c[3];
+  return o;
+}
+
+template <class D>
+VPx<D> VectorFormula(colour::ForwardGroupsOf8, D d, const VPx<D>& p) {
+  return Forward15(d, p);
+}
+template <class D>
+VPx<D> VectorFormula(colour::Forward15Everywhere, D d, const VPx<D>& p) {
+  return Forward15(d, p);
+}
+template <int32_t kCbR, class D>
+VPx<D> VectorFormula(colour::Forward14Everywhere<kCbR>, D d, const VPx<D>& p) {
+  return Forward14(d, p, colour::Forward14Everywhere<kCbR>::kCb);
+}
+template <class D>
+VPx<D> VectorFormula(colour::ForwardCmyk, D d, const VPx<D>& p) {
+  const auto max = hn::Set(d, 255);
+  const auto r = hn::Sub(max, p.c[0]), g = hn::Sub(max, p.c[1]), b = hn::Sub(max, p.c[2]);
+  VPx<D> o;
+  o.c[0] = hn::ShiftRight<16>(Dot(d, r, 19595, g, 38470, b, 7471, 32768));
+  o.c[1] = hn::ShiftRight<16>(Dot(d, r, -11059, g, -21709, b, 32768, 8421375));
+  o.c[2] = hn::ShiftRight<16>(Dot(d, r, 32768, g, -27439, b, -5329, 8421375));
+  o.c[3] = p.c[3];
+  return o;
+}
+template <class D>
+VPx<D> VectorFormula(colour::InverseGroupsOf4, D d, const VPx<D>& p) {
+  return Inverse14(d, p, colour::kPlaneOffsets);
+}
+template <class D>
+VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
+  VPx<D> o = Inverse14(d, p, colour::kPlaneOffsets);
+  const auto zero = hn::Zero(d), max = hn::Set(d, 255);
+  for (int c = 0; c < 3; ++c) o.c[c] = hn::Sub(max, hn::Min(hn::Max(o.c[c], zero), max));
+  return o;
+}
+
+}  // namespace vek::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // VEK_JPEG_COLOUR_SIMD_INL_H_
