@@ -1,61 +1,282 @@
 // Whole-image 4:2:2 and 4:1:1 colour conversion, and the interleaved 4:2:2
-// pairs to RGB.
+// pairs to RGB. Every column at scale 2^14 (the pairs: the first whole
+// groups of 8), so the SIMD forms work on whole chroma groups: N chroma
+// samples and 2N pixels a row per step.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/colour_subsampled.cc"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "jpeg/colour_subsampled.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vek::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+using colour::DstImage;
+using colour::PlaneStore;
+using colour::SrcImage;
+
+#if HWY_TARGET != HWY_SCALAR  // one-lane vectors cannot pair lanes: the plain forms serve
+namespace {
+
+using D32 = hn::ScalableTag<int32_t>;
+using D16 = hn::Repartition<int16_t, D32>;  // 2N lanes
+using D8 = hn::Rebind<uint8_t, D16>;        // 2N bytes
+using D8Half = hn::Rebind<uint8_t, D32>;    // N bytes
+
+// Lane k of t twice, as lanes 2k and 2k+1 of a 16-bit vector (t fits 16 bits).
+hn::Vec<D16> Twice(hn::Vec<D32> t) {
+  const D32 d32;
+  return hn::BitCast(D16(), hn::Or(hn::And(t, hn::Set(d32, 0xFFFF)), hn::ShiftLeft<16>(t)));
+}
+
+// Sums of adjacent byte pairs: lane k = v[2k] + v[2k+1], widened to 32 bits.
+hn::Vec<D32> PairSums(hn::Vec<D8> v) {
+  const hn::Repartition<uint16_t, D8> d16;
+  const hn::Rebind<uint32_t, D32> du32;
+  const auto w = hn::BitCast(d16, v);
+  return hn::BitCast(D32(), hn::PromoteTo(du32, hn::Add(hn::And(w, hn::Set(d16, 0xFF)), hn::ShiftRight<8>(w))));
+}
+
+// Bytes e[k], o[k] as lanes 2k, 2k+1.
+hn::Vec<D8> Interleave(hn::Vec<D8Half> e, hn::Vec<D8Half> o) {
+  const hn::Rebind<uint16_t, D32> d16;
+  const auto w = hn::Or(hn::PromoteTo(d16, e), hn::ShiftLeft<8>(hn::PromoteTo(d16, o)));
+  return hn::BitCast(D8(), w);
+}
+
+template <class Layout>
+void LoadRgb(const uint8_t* p, hn::Vec<D8>& r, hn::Vec<D8>& g, hn::Vec<D8>& b) {
+  const D8 d8;
+  hn::Vec<D8> c[4];
+  if constexpr (Layout::kPixelBytes == 3) {
+    hn::LoadInterleaved3(d8, p, c[0], c[1], c[2]);
+  } else {
+    hn::LoadInterleaved4(d8, p, c[0], c[1], c[2], c[3]);
+  }
+  r = c[Layout::kOffset[0]];
+  g = c[Layout::kOffset[1]];
+  b = c[Layout::kOffset[2]];
+}
+
+template <class Layout>
+void StoreRgb(hn::Vec<D8> r, hn::Vec<D8> g, hn::Vec<D8> b, uint8_t fill, uint8_t* p) {
+  const D8 d8;
+  hn::Vec<D8> c[4];
+  c[Layout::kOffset[0]] = r;
+  c[Layout::kOffset[1]] = g;
+  c[Layout::kOffset[2]] = b;
+  if constexpr (Layout::kPixelBytes == 3) {
+    hn::StoreInterleaved3(c[0], c[1], c[2], d8, p);
+  } else {
+    c[Layout::kOffset[3]] = hn::Set(d8, fill);
+    hn::StoreInterleaved4(c[0], c[1], c[2], c[3], d8, p);
+  }
+}
+
+// Y of 2N pixels at scale 2^14, stored.
+void StoreLuma(hn::Vec<D8> r, hn::Vec<D8> g, hn::Vec<D8> b, uint8_t* y) {
+  const D32 d32;
+  const D8Half dh;
+  const auto one = [&](hn::Vec<D8Half> r8, hn::Vec<D8Half> g8, hn::Vec<D8Half> b8, uint8_t* out) {
+    const auto sum = hn::Add(hn::Add(hn::Mul(hn::PromoteTo(d32, r8), hn::Set(d32, 4899)),
+                                     hn::Mul(hn::PromoteTo(d32, g8), hn::Set(d32, 9617))),
+                             hn::Add(hn::Mul(hn::PromoteTo(d32, b8), hn::Set(d32, 1868)), hn::Set(d32, 8192)));
+    hn::StoreU(hn::DemoteTo(dh, hn::ShiftRight<14>(sum)), dh, out);
+  };
+  const size_t n = hn::Lanes(d32);
+  one(hn::LowerHalf(dh, r), hn::LowerHalf(dh, g), hn::LowerHalf(dh, b), y);
+  one(hn::UpperHalf(dh, r), hn::UpperHalf(dh, g), hn::UpperHalf(dh, b), y + n);
+}
+
+}  // namespace
+#endif
+
+// One chroma row forward: whole groups by vectors, the rest by the plain form.
+template <int kV, class In, int32_t kCbR>
+void ForwardChromaRow(const SrcImage& src, int32_t w, int32_t h, const PlaneStore<uint8_t>& out) {
+  int32_t cx = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const D32 d32;
+  const D8 d8;
+  const auto n = static_cast<int32_t>(hn::Lanes(d32));
+  const int rows = std::min(kV, h);
+  const uint8_t* line[2] = {static_cast<const uint8_t*>(src.base[0]),
+                            static_cast<const uint8_t*>(RowAt(src.base[0], src.step[0], rows - 1))};
+  uint8_t* luma[2] = {static_cast<uint8_t*>(out.planes.base[0]),
+                      static_cast<uint8_t*>(RowAt(out.planes.base[0], out.planes.step[0], rows - 1))};
+  auto* cb = static_cast<uint8_t*>(out.planes.base[1]);
+  auto* cr = static_cast<uint8_t*>(out.planes.base[2]);
+  constexpr int kShift = kV == 2 ? 16 : 15;
+  constexpr int32_t kGroup = 2 * kV;
+  const auto offset = hn::Set(d32, kGroup * 128 * 16384 + kGroup * 8192);
+  for (; 2 * (cx + n) <= w; cx += n) {
+    hn::Vec<D32> sr = hn::Zero(d32), sg = sr, sb = sr;
+    for (int k = 0; k < kV; ++k) {
+      hn::Vec<D8> r, g, b;
+      LoadRgb<In>(line[k == 0 ? 0 : 1] + In::kPixelBytes * 2 * cx, r, g, b);
+      if (k < rows) StoreLuma(r, g, b, luma[k] + 2 * cx);
+      sr = hn::Add(sr, PairSums(r));
+      sg = hn::Add(sg, PairSums(g));
+      sb = hn::Add(sb, PairSums(b));
+    }
+    const auto cbSum = hn::Add(hn::Add(hn::Mul(sr, hn::Set(d32, kCbR)), hn::Mul(sg, hn::Set(d32, -8192 - kCbR))),
+                               hn::Add(hn::ShiftLeft<13>(sb), offset));
+    const auto crSum = hn::Add(hn::Add(hn::ShiftLeft<13>(sr), hn::Mul(sg, hn::Set(d32, -6860))),
+                               hn::Add(hn::Mul(sb, hn::Set(d32, -1332)), offset));
+    hn::StoreU(hn::DemoteTo(D8Half(), hn::ShiftRight<kShift>(cbSum)), D8Half(), cb + cx);
+    hn::StoreU(hn::DemoteTo(D8Half(), hn::ShiftRight<kShift>(crSum)), D8Half(), cr + cx);
+  }
+  (void)d8;
+#endif
+  colour::ForwardChromaRowFrom<kV, In, kCbR>(src, w, h, out, 2 * cx);
+}
+
+// Luma rows [r0, r1) of one chroma row: the chroma terms once per sample,
+// added to both pixels of each pair in every row.
+template <int kV, class Out>
+void InverseRows(const PlaneStore<const uint8_t>& in, int32_t w, int32_t r0, int32_t r1, const DstImage& dst,
+                 uint8_t fill) {
+  int32_t cx = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const D32 d32;
+  const D16 d16;
+  const D8 d8;
+  const D8Half dh;
+  const auto n = static_cast<int32_t>(hn::Lanes(d32));
+  const auto* cb = static_cast<const uint8_t*>(RowAt(in.planes.base[1], in.planes.step[1], r0 / kV));
+  const auto* cr = static_cast<const uint8_t*>(RowAt(in.planes.base[2], in.planes.step[2], r0 / kV));
+  for (; 2 * (cx + n) <= w; cx += n) {
+    const auto b32 = hn::PromoteTo(d32, hn::LoadU(dh, cb + cx)), r32 = hn::PromoteTo(d32, hn::LoadU(dh, cr + cx));
+    const auto tr = Twice(hn::ShiftRight<14>(hn::Add(hn::Mul(r32, hn::Set(d32, 22970)), hn::Set(d32, -2932015))));
+    const auto tg = Twice(hn::ShiftRight<14>(hn::Add(
+        hn::Add(hn::Mul(b32, hn::Set(d32, -5638)), hn::Mul(r32, hn::Set(d32, -11700))), hn::Set(d32, 2227566))));
+    const auto tb = Twice(hn::ShiftRight<14>(hn::Add(hn::Mul(b32, hn::Set(d32, 29032)), hn::Set(d32, -3707961))));
+    for (int32_t row = r0; row < r1; ++row) {
+      const auto* y = static_cast<const uint8_t*>(RowAt(in.planes.base[0], in.planes.step[0], row));
+      const auto yy = hn::PromoteTo(d16, hn::LoadU(d8, y + 2 * cx));
+      StoreRgb<Out>(hn::DemoteTo(d8, hn::Add(yy, tr)), hn::DemoteTo(d8, hn::Add(yy, tg)),
+                    hn::DemoteTo(d8, hn::Add(yy, tb)), fill,
+                    static_cast<uint8_t*>(RowAt(dst.base[0], dst.step[0], row)) + Out::kPixelBytes * 2 * cx);
+    }
+  }
+#endif
+  colour::InverseRowsFrom<kV, Out>(in, w, r0, r1, dst, fill, 2 * cx);
+}
+
+// Pairs Y0 Cb Y1 Cr: whole groups of 8 pixels at scale 2^14 by vectors of N
+// pairs, the rest by the plain form.
+void PairsRow(const uint8_t* src, uint8_t* dst, int32_t width) {
+  int32_t pair = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const D32 d32;
+  const D8Half dh;
+  const auto n = static_cast<int32_t>(hn::Lanes(d32));
+  const int32_t body = width & ~7;
+  for (; 2 * (pair + n) <= body; pair += n) {
+    hn::Vec<D8Half> y0, cb, y1, cr;
+    hn::LoadInterleaved4(dh, src + 4 * pair, y0, cb, y1, cr);
+    const auto b32 = hn::PromoteTo(d32, cb), r32 = hn::PromoteTo(d32, cr);
+    const auto tr = hn::ShiftRight<14>(hn::Add(hn::Mul(r32, hn::Set(d32, 22970)), hn::Set(d32, -2932015)));
+    const auto tg = hn::ShiftRight<14>(
+        hn::Add(hn::Add(hn::Mul(b32, hn::Set(d32, -5638)), hn::Mul(r32, hn::Set(d32, -11700))), hn::Set(d32, 2227566)));
+    const auto tb = hn::ShiftRight<14>(hn::Add(hn::Mul(b32, hn::Set(d32, 29032)), hn::Set(d32, -3707961)));
+    const auto e = hn::PromoteTo(d32, y0), o = hn::PromoteTo(d32, y1);
+    const auto channel = [&](hn::Vec<D32> t) {
+      return Interleave(hn::DemoteTo(dh, hn::Add(e, t)), hn::DemoteTo(dh, hn::Add(o, t)));
+    };
+    StoreRgb<colour::RgbC3>(channel(tr), channel(tg), channel(tb), 0, dst + 3 * 2 * pair);
+  }
+#endif
+  colour::PairsRowFrom(src, dst, width, 2 * pair);
+}
+
+colour::ForwardRowFn SubsampledForwardRow(colour::ForwardKernel kernel) {
+  switch (kernel) {
+#define VEK_CASE(V, LAYOUT, CB)                 \
+  case colour::ForwardKernel::k##V##LAYOUT: \
+    return &ForwardChromaRow<V, colour::LAYOUT, CB>;
+    VEK_SUBSAMPLED_FORWARD_KERNELS(VEK_CASE)
+#undef VEK_CASE
+  }
+  return nullptr;
+}
+
+colour::InverseRowFn SubsampledInverseRows(colour::InverseKernel kernel) {
+  switch (kernel) {
+#define VEK_CASE(V, LAYOUT)                     \
+  case colour::InverseKernel::k##V##LAYOUT: \
+    return &InverseRows<V, colour::LAYOUT>;
+    VEK_SUBSAMPLED_INVERSE_KERNELS(VEK_CASE)
+#undef VEK_CASE
+  }
+  return nullptr;
+}
+
+}  // namespace vek::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 #include <algorithm>
 #include <cstdint>
 
 #include "core/checks.h"
+#include "core/dispatch.h"
 #include "core/row_parallel.h"
-#include "jpeg/colour_groups.h"
 #include "vekj_impl.h"
 
 namespace vek {
 namespace colour {
 
-// One chroma row of a forward conversion: the kV source rows from src.At(0),
-// h of them left in the image (1 or 2), into Y rows from out's row 0 and the
-// chroma row 0.
-using ForwardRowFn = void (*)(const SrcImage& src, int32_t w, int32_t h, const PlaneStore<uint8_t>& out);
-// Luma rows [r0, r1) of an inverse conversion.
-using InverseRowFn = void (*)(const PlaneStore<const uint8_t>& in, int32_t w, int32_t r0, int32_t r1,
-                              const DstImage& dst, uint8_t fill);
-
-template <int kV, class In, int32_t kCbR>
-void ForwardChromaRowScalar(const SrcImage& src, int32_t w, int32_t h, const PlaneStore<uint8_t>& out) {
-  ForwardGroups<2, kV, In, PlaneForward<kCbR>, uint8_t>(src, w, h, false, out);
+ForwardRowFn SubsampledForwardRowScalar(ForwardKernel kernel) {
+  switch (kernel) {
+#define VEK_CASE(V, LAYOUT, CB)     \
+  case ForwardKernel::k##V##LAYOUT: \
+    return [](const SrcImage& src, int32_t w, int32_t h, const PlaneStore<uint8_t>& out) { \
+      ForwardChromaRowFrom<V, LAYOUT, CB>(src, w, h, out, 0);                              \
+    };
+    VEK_SUBSAMPLED_FORWARD_KERNELS(VEK_CASE)
+#undef VEK_CASE
+  }
+  return nullptr;
 }
 
-template <int kV, class Out>
-void InverseRowsScalar(const PlaneStore<const uint8_t>& in, int32_t w, int32_t r0, int32_t r1, const DstImage& dst,
-                       uint8_t fill) {
-  InverseGroups<2, kV, PlaneInverse, Out>(in, false, w, r0, r1, dst, fill);
-}
-
-template <int kV, class In, int32_t kCbR>
-ForwardRowFn SubsampledForwardKernel() {
-  return &ForwardChromaRowScalar<kV, In, kCbR>;
-}
-
-template <int kV, class Out>
-InverseRowFn SubsampledInverseKernel() {
-  return &InverseRowsScalar<kV, Out>;
+InverseRowFn SubsampledInverseRowsScalar(InverseKernel kernel) {
+  switch (kernel) {
+#define VEK_CASE(V, LAYOUT)                                                                        \
+  case InverseKernel::k##V##LAYOUT:                                                                \
+    return [](const PlaneStore<const uint8_t>& in, int32_t w, int32_t r0, int32_t r1, const DstImage& dst, \
+              uint8_t fill) { InverseRowsFrom<V, LAYOUT>(in, w, r0, r1, dst, fill, 0); };
+    VEK_SUBSAMPLED_INVERSE_KERNELS(VEK_CASE)
+#undef VEK_CASE
+  }
+  return nullptr;
 }
 
 // Pairs Y0 Cb Y1 Cr to RGB: the first 8*floor(w/8) pixels at scale 2^14, the
 // rest pair by pair through the tables, so that an odd width converts the
 // whole last pair, one pixel past the region.
-void PairsRowScalar(const uint8_t* src, uint8_t* dst, int32_t width) {
+void PairsRowFrom(const uint8_t* src, uint8_t* dst, int32_t width, int32_t x0) {
   const SrcRow in{{src}};
   const DstRow out{{dst}};
   const int32_t body = width & ~7;
-  for (int32_t x = 0; x < width + (width & 1); ++x) {
+  for (int32_t x = x0; x < width + (width & 1); ++x) {
     const Px p = Pairs422::Get(in, x);
     const Rgb v = x < body ? Inverse14(p[0], p[1], p[2], kPlaneOffsets) : Inverse16(p[0], p[1], p[2]);
     RgbC3::Put(out, x, {v.r, v.g, v.b, 0}, 0);
   }
 }
 
-using PairsRowFn = void (*)(const uint8_t* src, uint8_t* dst, int32_t width);
-PairsRowFn PairsRowKernel() { return &PairsRowScalar; }
+void PairsRowScalar(const uint8_t* src, uint8_t* dst, int32_t width) { PairsRowFrom(src, dst, width, 0); }
+
+}  // namespace colour
+
+HWY_EXPORT(SubsampledForwardRow);
+HWY_EXPORT(SubsampledInverseRows);
+HWY_EXPORT(PairsRow);
+
+namespace colour {
 
 // The 4:2:2 functions need two columns, the 4:1:1 functions two columns and
 // two rows; an odd side is converted with a warning.
@@ -65,13 +286,13 @@ VekStatus SubsampledSize(VekiRoiSize roi) {
   return (roi.width % 2 != 0 || (kV == 2 && roi.height % 2 != 0)) ? vekStsDoubleSize : vekStsOk;
 }
 
-template <int kV, class In, int32_t kCbR>
+template <ForwardKernel kKernel, int kV>
 VekStatus ForwardSubsampled(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3], const int dstStep[3],
                             VekiRoiSize roi) {
   if (VekStatus st = ArgCheck().Ptr(pSrc).Planes(pDst, 3).Ptr(dstStep)) return st;
   const VekStatus status = SubsampledSize<kV>(roi);
   if (status < 0) return status;
-  const ForwardRowFn row = SubsampledForwardKernel<kV, In, kCbR>();
+  const ForwardRowFn row = VEK_PICK(SubsampledForwardRowScalar, SubsampledForwardRow)(kKernel);
   const SrcImage src = OneBuffer(pSrc, srcStep);
   const PlaneStore<uint8_t> out{PlaneArray(pDst, 3, dstStep)};
   for (int32_t cy = 0; cy * kV < roi.height; ++cy) {
@@ -85,13 +306,13 @@ VekStatus ForwardSubsampled(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3]
   return status;
 }
 
-template <int kV, class Out>
+template <InverseKernel kKernel, int kV>
 VekStatus InverseSubsampled(const Vek8u* const pSrc[3], const int srcStep[3], Vek8u* pDst, int dstStep,
                             VekiRoiSize roi, uint8_t fill) {
   if (VekStatus st = ArgCheck().Planes(pSrc, 3).Ptr(srcStep).Ptr(pDst)) return st;
   const VekStatus status = SubsampledSize<kV>(roi);
   if (status < 0) return status;
-  const InverseRowFn rows = SubsampledInverseKernel<kV, Out>();
+  const InverseRowFn rows = VEK_PICK(SubsampledInverseRowsScalar, SubsampledInverseRows)(kKernel);
   const PlaneStore<const uint8_t> in{PlaneArray(pSrc, 3, srcStep)};
   const DstImage dst = OneBuffer(pDst, dstStep);
   for (int32_t r = 0; r < roi.height; r += kV) rows(in, roi.width, r, std::min(r + kV, roi.height), dst, fill);
@@ -100,37 +321,35 @@ VekStatus InverseSubsampled(const Vek8u* const pSrc[3], const int srcStep[3], Ve
 
 }  // namespace colour
 
-using colour::BgrC3;
-using colour::BgrC4;
+using colour::ForwardKernel;
 using colour::ForwardSubsampled;
+using colour::InverseKernel;
 using colour::InverseSubsampled;
-using colour::RgbC3;
-using colour::RgbC4;
 
-#define VEK_FORWARD(EXPORT, V, IN, CB)                                                                       \
+#define VEK_FORWARD(EXPORT, V, IN)                                                                       \
   VekStatus impl::EXPORT(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3], const int dstStep[3],         \
                          VekiRoiSize roiSize) {                                                              \
-    return ForwardSubsampled<V, IN, CB>(pSrc, srcStep, pDst, dstStep, roiSize);                              \
+    return ForwardSubsampled<ForwardKernel::k##V##IN, V>(pSrc, srcStep, pDst, dstStep, roiSize);                              \
   }
-VEK_FORWARD(vekiRGBToYCbCr422_JPEG_8u_C3P3R, 1, RgbC3, -2764)
-VEK_FORWARD(vekiBGRToYCbCr422_JPEG_8u_C3P3R, 1, BgrC3, -2764)
-VEK_FORWARD(vekiRGBToYCbCr422_JPEG_8u_C4P3R, 1, RgbC4, -2765)
-VEK_FORWARD(vekiBGRToYCbCr422_JPEG_8u_C4P3R, 1, BgrC4, -2765)
-VEK_FORWARD(vekiRGBToYCbCr411_JPEG_8u_C3P3R, 2, RgbC3, -2765)
-VEK_FORWARD(vekiBGRToYCbCr411_JPEG_8u_C3P3R, 2, BgrC3, -2765)
-VEK_FORWARD(vekiRGBToYCbCr411_JPEG_8u_C4P3R, 2, RgbC4, -2765)
-VEK_FORWARD(vekiBGRToYCbCr411_JPEG_8u_C4P3R, 2, BgrC4, -2765)
+VEK_FORWARD(vekiRGBToYCbCr422_JPEG_8u_C3P3R, 1, RgbC3)
+VEK_FORWARD(vekiBGRToYCbCr422_JPEG_8u_C3P3R, 1, BgrC3)
+VEK_FORWARD(vekiRGBToYCbCr422_JPEG_8u_C4P3R, 1, RgbC4)
+VEK_FORWARD(vekiBGRToYCbCr422_JPEG_8u_C4P3R, 1, BgrC4)
+VEK_FORWARD(vekiRGBToYCbCr411_JPEG_8u_C3P3R, 2, RgbC3)
+VEK_FORWARD(vekiBGRToYCbCr411_JPEG_8u_C3P3R, 2, BgrC3)
+VEK_FORWARD(vekiRGBToYCbCr411_JPEG_8u_C4P3R, 2, RgbC4)
+VEK_FORWARD(vekiBGRToYCbCr411_JPEG_8u_C4P3R, 2, BgrC4)
 #undef VEK_FORWARD
 
 #define VEK_INVERSE(EXPORT, V, OUT)                                                                          \
   VekStatus impl::EXPORT(const Vek8u* const pSrc[3], const int srcStep[3], Vek8u* pDst, int dstStep,         \
                          VekiRoiSize roiSize) {                                                              \
-    return InverseSubsampled<V, OUT>(pSrc, srcStep, pDst, dstStep, roiSize, 0);                              \
+    return InverseSubsampled<InverseKernel::k##V##OUT, V>(pSrc, srcStep, pDst, dstStep, roiSize, 0);                              \
   }
 #define VEK_INVERSE_FILL(EXPORT, V, OUT)                                                                     \
   VekStatus impl::EXPORT(const Vek8u* const pSrc[3], const int srcStep[3], Vek8u* pDst, int dstStep,         \
                          VekiRoiSize roiSize, Vek8u aval) {                                                  \
-    return InverseSubsampled<V, OUT>(pSrc, srcStep, pDst, dstStep, roiSize, aval);                           \
+    return InverseSubsampled<InverseKernel::k##V##OUT, V>(pSrc, srcStep, pDst, dstStep, roiSize, aval);                           \
   }
 VEK_INVERSE(vekiYCbCr422ToRGB_JPEG_8u_P3C3R, 1, RgbC3)
 VEK_INVERSE(vekiYCbCr422ToBGR_JPEG_8u_P3C3R, 1, BgrC3)
@@ -148,7 +367,7 @@ VekStatus impl::vekiYCbCr422ToRGB_JPEG_8u_C2C3R(const Vek8u* pSrc, int srcStep, 
   if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pDst)) return st;
   const VekStatus status = colour::SubsampledSize<1>(roiSize);
   if (status < 0) return status;
-  const auto row = colour::PairsRowKernel();
+  const auto row = VEK_PICK(colour::PairsRowScalar, PairsRow);
   ForEachRow(roiSize.width, roiSize.height, [&](int32_t r) {
     row(RowAt(pSrc, srcStep, r), RowAt(pDst, dstStep, r), roiSize.width);
   });
@@ -156,3 +375,4 @@ VekStatus impl::vekiYCbCr422ToRGB_JPEG_8u_C2C3R(const Vek8u* pSrc, int srcStep, 
 }
 
 }  // namespace vek
+#endif  // HWY_ONCE
