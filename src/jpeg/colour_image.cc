@@ -131,20 +131,6 @@ VEK_FORWARD_C_P(vekiBGR565ToYCbCr_JPEG_16u8u_C3P3R, kBgr565ToYcc, kCaller, Vek16
 VEK_FORWARD_C_P(vekiCMYKToYCCK_JPEG_8u_C4P4R, kCmykC4ToYcck, kShared, Vek8u, 4)
 #undef VEK_FORWARD_C_P
 
-VekStatus impl::vekiRGBToYCbCr_JPEG_8u_P3R(const Vek8u* const pSrc[3], int srcStep, Vek8u* const pDst[3],
-                                           int dstStep, VekiRoiSize roiSize) {
-  if (VekStatus st = CheckPlanar(pSrc, 3, srcStep, pDst, 3, dstStep, roiSize)) return st;
-  return Convert(RowKernel::kRgbP3ToYcc, Threads::kShared, PlaneArray(pSrc, 3, srcStep), PlaneArray(pDst, 3, dstStep),
-                 roiSize);
-}
-
-VekStatus impl::vekiCMYKToYCCK_JPEG_8u_P4R(const Vek8u* const pSrc[4], int srcStep, Vek8u* const pDst[4],
-                                           int dstStep, VekiRoiSize roiSize) {
-  if (VekStatus st = CheckPlanar(pSrc, 4, srcStep, pDst, 4, dstStep, roiSize)) return st;
-  return Convert(RowKernel::kCmykP4ToYcck, Threads::kShared, PlaneArray(pSrc, 4, srcStep),
-                 PlaneArray(pDst, 4, dstStep), roiSize);
-}
-
 VekStatus impl::vekiRGBToY_JPEG_8u_C3C1R(const Vek8u* pSrc, int srcStep, Vek8u* pDst, int dstStep,
                                          VekiRoiSize roiSize) {
   if (VekStatus st = CheckPlanar(pSrc, 0, srcStep, pDst, 0, dstStep, roiSize)) return st;
@@ -163,6 +149,21 @@ VekStatus impl::vekiRGBToY_JPEG_8u_P3C1R(const Vek8u* const pSrc[3], int srcStep
   return Convert(RowKernel::kRgbP3ToY, Threads::kShared, PlaneArray(pSrc, 3, srcStep), OneBuffer(pDst, dstStep),
                  roiSize);
 }
+
+// ---- Planes to planes -----------------------------------------------------------
+
+#define VEK_PLANES(EXPORT, KERNEL, PLANES)                                                                   \
+  VekStatus impl::EXPORT(const Vek8u* const pSrc[PLANES], int srcStep, Vek8u* const pDst[PLANES], int dstStep,  \
+                         VekiRoiSize roiSize) {                                                              \
+    if (VekStatus st = CheckPlanar(pSrc, PLANES, srcStep, pDst, PLANES, dstStep, roiSize)) return st;        \
+    return Convert(RowKernel::KERNEL, Threads::kShared, PlaneArray(pSrc, PLANES, srcStep),                   \
+                   PlaneArray(pDst, PLANES, dstStep), roiSize);                                              \
+  }
+VEK_PLANES(vekiRGBToYCbCr_JPEG_8u_P3R, kRgbP3ToYcc, 3)
+VEK_PLANES(vekiYCbCrToRGB_JPEG_8u_P3R, kYccToRgbP3, 3)
+VEK_PLANES(vekiCMYKToYCCK_JPEG_8u_P4R, kCmykP4ToYcck, 4)
+VEK_PLANES(vekiYCCKToCMYK_JPEG_8u_P4R, kYcckToCmykP4, 4)
+#undef VEK_PLANES
 
 // ---- Inverse ------------------------------------------------------------------
 
@@ -195,20 +196,6 @@ VEK_INVERSE_P_C(vekiYCCKToCMYK_JPEG_8u_P4C4R, kYcckToCmykC4, kShared, Vek8u, 4)
 VEK_INVERSE_P_C4(vekiYCbCrToRGB_JPEG_8u_P3C4R, kYccToRgbC4)
 VEK_INVERSE_P_C4(vekiYCbCrToBGR_JPEG_8u_P3C4R, kYccToBgrC4)
 #undef VEK_INVERSE_P_C4
-
-VekStatus impl::vekiYCbCrToRGB_JPEG_8u_P3R(const Vek8u* const pSrc[3], int srcStep, Vek8u* const pDst[3],
-                                           int dstStep, VekiRoiSize roiSize) {
-  if (VekStatus st = CheckPlanar(pSrc, 3, srcStep, pDst, 3, dstStep, roiSize)) return st;
-  return Convert(RowKernel::kYccToRgbP3, Threads::kShared, PlaneArray(pSrc, 3, srcStep), PlaneArray(pDst, 3, dstStep),
-                 roiSize);
-}
-
-VekStatus impl::vekiYCCKToCMYK_JPEG_8u_P4R(const Vek8u* const pSrc[4], int srcStep, Vek8u* const pDst[4],
-                                           int dstStep, VekiRoiSize roiSize) {
-  if (VekStatus st = CheckPlanar(pSrc, 4, srcStep, pDst, 4, dstStep, roiSize)) return st;
-  return Convert(RowKernel::kYcckToCmykP4, Threads::kShared, PlaneArray(pSrc, 4, srcStep),
-                 PlaneArray(pDst, 4, dstStep), roiSize);
-}
 
 }  // namespace vek
 #endif  // HWY_ONCE

@@ -24,21 +24,41 @@ struct VPx {
 
 // ---- Layouts ---------------------------------------------------------------------
 
+// Interleaved pixels as byte vectors, channel i at byte kOffset[i] of a pixel;
+// a three-channel 4-byte pixel gets `fill` in its fourth byte.
+template <class Layout, class D8>
+void LoadChannels(D8 d8, const uint8_t* p, hn::Vec<D8> (&v)[4]) {
+  hn::Vec<D8> raw[4];
+  if constexpr (Layout::kPixelBytes == 3) {
+    hn::LoadInterleaved3(d8, p, raw[0], raw[1], raw[2]);
+    raw[3] = raw[0];
+  } else {
+    hn::LoadInterleaved4(d8, p, raw[0], raw[1], raw[2], raw[3]);
+  }
+  for (int c = 0; c < 4; ++c) v[c] = raw[Layout::kOffset[c]];
+}
+
+template <class Layout, class D8>
+void StoreChannels(D8 d8, const hn::Vec<D8> (&v)[4], uint8_t fill, uint8_t* p) {
+  hn::Vec<D8> raw[4];
+  for (int c = 0; c < Layout::kChannels; ++c) raw[Layout::kOffset[c]] = v[c];
+  if constexpr (Layout::kPixelBytes == 3) {
+    hn::StoreInterleaved3(raw[0], raw[1], raw[2], d8, p);
+  } else {
+    if constexpr (Layout::kChannels == 3) raw[Layout::kOffset[3]] = hn::Set(d8, fill);
+    hn::StoreInterleaved4(raw[0], raw[1], raw[2], raw[3], d8, p);
+  }
+}
+
 template <class In, class D>
 VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
   using colour::Kind;
   const hn::Rebind<uint8_t, D> d8;
   VPx<D> v;
   if constexpr (In::kKind == Kind::kInterleaved) {
-    hn::Vec<decltype(d8)> raw[4];
-    const uint8_t* p = colour::Ptr<uint8_t>(row, 0) + In::kPixelBytes * x;
-    if constexpr (In::kPixelBytes == 3) {
-      hn::LoadInterleaved3(d8, p, raw[0], raw[1], raw[2]);
-      raw[3] = raw[0];
-    } else {
-      hn::LoadInterleaved4(d8, p, raw[0], raw[1], raw[2], raw[3]);
-    }
-    for (int c = 0; c < 4; ++c) v.c[c] = hn::PromoteTo(d, raw[In::kOffset[c]]);
+    hn::Vec<decltype(d8)> bytes[4];
+    LoadChannels<In>(d8, colour::Ptr<uint8_t>(row, 0) + In::kPixelBytes * x, bytes);
+    for (int c = 0; c < 4; ++c) v.c[c] = hn::PromoteTo(d, bytes[c]);
   } else if constexpr (In::kKind == Kind::kPlanes) {
     for (int c = 0; c < In::kChannels; ++c) v.c[c] = hn::PromoteTo(d, hn::LoadU(d8, colour::Ptr<uint8_t>(row, c) + x));
     for (int c = In::kChannels; c < 4; ++c) v.c[c] = hn::Zero(d);
@@ -67,14 +87,8 @@ void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx<D>& v, uin
   const hn::Rebind<uint8_t, D> d8;
   if constexpr (Out::kKind == Kind::kInterleaved) {
     hn::Vec<decltype(d8)> bytes[4];
-    for (int c = 0; c < Out::kChannels; ++c) bytes[Out::kOffset[c]] = hn::DemoteTo(d8, v.c[c]);
-    uint8_t* p = colour::Ptr<uint8_t>(row, 0) + Out::kPixelBytes * x;
-    if constexpr (Out::kPixelBytes == 3) {
-      hn::StoreInterleaved3(bytes[0], bytes[1], bytes[2], d8, p);
-    } else {
-      if constexpr (Out::kChannels == 3) bytes[Out::kOffset[3]] = hn::Set(d8, fill);
-      hn::StoreInterleaved4(bytes[0], bytes[1], bytes[2], bytes[3], d8, p);
-    }
+    for (int c = 0; c < Out::kChannels; ++c) bytes[c] = hn::DemoteTo(d8, v.c[c]);
+    StoreChannels<Out>(d8, bytes, fill, colour::Ptr<uint8_t>(row, 0) + Out::kPixelBytes * x);
   } else if constexpr (Out::kKind == Kind::kPlanes) {
     for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(hn::DemoteTo(d8, v.c[c]), d8, colour::Ptr<uint8_t>(row, c) + x);
   } else {

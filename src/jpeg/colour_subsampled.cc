@@ -7,6 +7,7 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include "jpeg/colour_simd-inl.h"
 #include "jpeg/colour_subsampled.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -48,31 +49,11 @@ hn::Vec<D8> Interleave(hn::Vec<D8Half> e, hn::Vec<D8Half> o) {
 
 template <class Layout>
 void LoadRgb(const uint8_t* p, hn::Vec<D8>& r, hn::Vec<D8>& g, hn::Vec<D8>& b) {
-  const D8 d8;
   hn::Vec<D8> c[4];
-  if constexpr (Layout::kPixelBytes == 3) {
-    hn::LoadInterleaved3(d8, p, c[0], c[1], c[2]);
-  } else {
-    hn::LoadInterleaved4(d8, p, c[0], c[1], c[2], c[3]);
-  }
-  r = c[Layout::kOffset[0]];
-  g = c[Layout::kOffset[1]];
-  b = c[Layout::kOffset[2]];
-}
-
-template <class Layout>
-void StoreRgb(hn::Vec<D8> r, hn::Vec<D8> g, hn::Vec<D8> b, uint8_t fill, uint8_t* p) {
-  const D8 d8;
-  hn::Vec<D8> c[4];
-  c[Layout::kOffset[0]] = r;
-  c[Layout::kOffset[1]] = g;
-  c[Layout::kOffset[2]] = b;
-  if constexpr (Layout::kPixelBytes == 3) {
-    hn::StoreInterleaved3(c[0], c[1], c[2], d8, p);
-  } else {
-    c[Layout::kOffset[3]] = hn::Set(d8, fill);
-    hn::StoreInterleaved4(c[0], c[1], c[2], c[3], d8, p);
-  }
+  LoadChannels<Layout>(D8(), p, c);
+  r = c[0];
+  g = c[1];
+  b = c[2];
 }
 
 // Y of 2N pixels at scale 2^14, stored.
@@ -186,16 +167,8 @@ void InverseRows(const PlaneStore<const uint8_t>& in, int32_t w, int32_t r0, int
       const auto r = hn::SaturatedSub(hn::SaturatedAdd(y, rp), rm);
       const auto g = hn::SaturatedSub(hn::SaturatedAdd(y, gp), gm);
       const auto b = hn::SaturatedSub(hn::SaturatedAdd(y, bp), bm);
-      hn::Vec<decltype(d8)> c[4];
-      c[Out::kOffset[0]] = r;
-      c[Out::kOffset[1]] = g;
-      c[Out::kOffset[2]] = b;
-      if constexpr (Out::kPixelBytes == 3) {
-        hn::StoreInterleaved3(c[0], c[1], c[2], d8, out);
-      } else {
-        c[Out::kOffset[3]] = hn::Set(d8, fill);
-        hn::StoreInterleaved4(c[0], c[1], c[2], c[3], d8, out);
-      }
+      const hn::Vec<decltype(d8)> c[4] = {r, g, b, r};
+      StoreChannels<Out>(d8, c, fill, out);
     }
   }
 #endif
@@ -223,7 +196,8 @@ void PairsRow(const uint8_t* src, uint8_t* dst, int32_t width) {
     const auto channel = [&](hn::Vec<D32> t) {
       return Interleave(hn::DemoteTo(dh, hn::Add(e, t)), hn::DemoteTo(dh, hn::Add(o, t)));
     };
-    StoreRgb<colour::RgbC3>(channel(tr), channel(tg), channel(tb), 0, dst + 3 * 2 * pair);
+    const hn::Vec<D8> c[4] = {channel(tr), channel(tg), channel(tb), channel(tb)};
+    StoreChannels<colour::RgbC3>(D8(), c, 0, dst + 3 * 2 * pair);
   }
 #endif
   colour::PairsRowFrom(src, dst, width, 2 * pair);
