@@ -158,17 +158,19 @@ Blocks RunForward(const ForwardCase& c, const std::vector<Vek8u>& src, int step)
   return got;
 }
 
-TEST(McuColour, ForwardFollowsTheFormulasInEveryLayout) {
-  for (const ForwardCase& c : ForwardCases()) {
-    const int pixelBytes = c.format == Format::kPairs ? 2 : Bytes(c.format);
-    for (int trial = 0; trial < 20; ++trial) {
-      const int step = c.g.width() * pixelBytes + 2 * trial + 2;  // even: 16-bit rows stay aligned
-      auto src = RandomVector<Vek8u>(static_cast<std::size_t>(step * c.g.height()), 0, 255);
-      if (trial == 0) std::fill(src.begin(), src.end(), 255);
-      if (trial == 1) std::fill(src.begin(), src.end(), 0);
-      ASSERT_EQ(RunForward(c, src, step), ExpectForward(c, src, step)) << c.name << " trial " << trial;
+TEST(McuColour, ForwardFollowsTheFormulasInEveryLayoutAndForm) {
+  test::ForEachForm([] {
+    for (const ForwardCase& c : ForwardCases()) {
+      const int pixelBytes = c.format == Format::kPairs ? 2 : Bytes(c.format);
+      for (int trial = 0; trial < 20; ++trial) {
+        const int step = c.g.width() * pixelBytes + 2 * trial + 2;  // even: 16-bit rows stay aligned
+        auto src = RandomVector<Vek8u>(static_cast<std::size_t>(step * c.g.height()), 0, 255);
+        if (trial == 0) std::fill(src.begin(), src.end(), 255);
+        if (trial == 1) std::fill(src.begin(), src.end(), 0);
+        ASSERT_EQ(RunForward(c, src, step), ExpectForward(c, src, step)) << c.name << " trial " << trial;
+      }
     }
-  }
+  });
 }
 
 TEST(McuColour, WhiteAndBlackMcus) {
@@ -244,31 +246,33 @@ std::array<int, 4> ExpectPixel(const InverseCase& c, int y, int cb, int cr, int 
   return {r, g, b, 0};
 }
 
-TEST(McuColour, InverseFollowsTheFormulasInEveryLayout) {
-  for (const InverseCase& c : InverseCases()) {
-    for (int trial = 0; trial < 20; ++trial) {
-      // Block values over the whole 16-bit range and near the colour range.
-      const int lo = trial % 2 ? -32768 : -300, hi = trial % 2 ? 32767 : 300;
-      Blocks in;
-      in[0] = RandomVector<Vek16s>(static_cast<std::size_t>(64 * c.g.h * c.g.v), lo, hi);
-      in[1] = RandomVector<Vek16s>(64, lo, hi);
-      in[2] = RandomVector<Vek16s>(64, lo, hi);
-      in[3] = RandomVector<Vek16s>(in[0].size(), lo, hi);
-      const Vek16s* blocks[4] = {in[0].data(), in[1].data(), in[2].data(), in[3].data()};
-      const int pixelBytes = c.format == Format::kPairs ? 2 : Bytes(c.format);
-      const int step = c.g.width() * pixelBytes + 2 * trial + 2;
-      std::vector<Vek8u> out(static_cast<std::size_t>(step * c.g.height()), 0xEE);
-      ASSERT_EQ(c.run(blocks, out.data(), step), vekStsOk);
-      for (int r = 0; r < c.g.height(); ++r) {
-        for (int x = 0; x < c.g.width(); ++x) {
-          const auto li = static_cast<std::size_t>(c.g.Luma(r, x)), ci = static_cast<std::size_t>((r / c.g.v) * 8 + x / c.g.h);
-          const auto want = ExpectPixel(c, in[0][li], in[1][ci], in[2][ci], in[3][li]);
-          ASSERT_EQ(Read(c.format, out.data() + r * step, x), want) << c.name << " at " << x << "," << r;
+TEST(McuColour, InverseFollowsTheFormulasInEveryLayoutAndForm) {
+  test::ForEachForm([] {
+    for (const InverseCase& c : InverseCases()) {
+      for (int trial = 0; trial < 20; ++trial) {
+        // Block values over the whole 16-bit range and near the colour range.
+        const int lo = trial % 2 ? -32768 : -300, hi = trial % 2 ? 32767 : 300;
+        Blocks in;
+        in[0] = RandomVector<Vek16s>(static_cast<std::size_t>(64 * c.g.h * c.g.v), lo, hi);
+        in[1] = RandomVector<Vek16s>(64, lo, hi);
+        in[2] = RandomVector<Vek16s>(64, lo, hi);
+        in[3] = RandomVector<Vek16s>(in[0].size(), lo, hi);
+        const Vek16s* blocks[4] = {in[0].data(), in[1].data(), in[2].data(), in[3].data()};
+        const int pixelBytes = c.format == Format::kPairs ? 2 : Bytes(c.format);
+        const int step = c.g.width() * pixelBytes + 2 * trial + 2;
+        std::vector<Vek8u> out(static_cast<std::size_t>(step * c.g.height()), 0xEE);
+        ASSERT_EQ(c.run(blocks, out.data(), step), vekStsOk);
+        for (int r = 0; r < c.g.height(); ++r) {
+          for (int x = 0; x < c.g.width(); ++x) {
+            const auto li = static_cast<std::size_t>(c.g.Luma(r, x)), ci = static_cast<std::size_t>((r / c.g.v) * 8 + x / c.g.h);
+            const auto want = ExpectPixel(c, in[0][li], in[1][ci], in[2][ci], in[3][li]);
+            ASSERT_EQ(Read(c.format, out.data() + r * step, x), want) << c.name << " at " << x << "," << r;
+          }
+          ASSERT_EQ(out[static_cast<std::size_t>(r * step + c.g.width() * pixelBytes)], 0xEE) << c.name;
         }
-        ASSERT_EQ(out[static_cast<std::size_t>(r * step + c.g.width() * pixelBytes)], 0xEE) << c.name;
       }
     }
-  }
+  });
 }
 
 TEST(McuColour, EdgeValues) {

@@ -11,6 +11,7 @@
 
 #include <hwy/highway.h>
 
+#include "jpeg/colour_groups.h"
 #include "jpeg/colour_rows.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -181,6 +182,82 @@ VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
   VPx<D> o = Inverse14(d, p, colour::kPlaneOffsets);
   const auto zero = hn::Zero(d), max = hn::Set(d, 255);
   for (int c = 0; c < 3; ++c) o.c[c] = hn::Sub(max, hn::Min(hn::Max(o.c[c], zero), max));
+  return o;
+}
+
+// ---- Group formulas (colour_groups.h) on vectors ------------------------------------
+
+template <class D>
+hn::Vec<D> Clamp(D d, hn::Vec<D> v, int32_t lo, int32_t hi) {
+  return hn::Min(hn::Max(v, hn::Set(d, lo)), hn::Set(d, hi));
+}
+
+template <bool kCmyk, class D>
+VPx<D> GroupTerms(colour::BlockForward<kCmyk>, D d, const VPx<D>& p) {
+  const auto max = hn::Set(d, 255);
+  const auto r = kCmyk ? hn::Sub(max, p.c[0]) : p.c[0], g = kCmyk ? hn::Sub(max, p.c[1]) : p.c[1],
+             b = kCmyk ? hn::Sub(max, p.c[2]) : p.c[2];
+  VPx<D> t;
+  t.c[0] = Dot(d, r, 4899, g, 9617, b, 1868, 0);
+  t.c[1] = Dot(d, r, colour::kCb2764.r, g, colour::kCb2764.g, b, 8192, 0);
+  t.c[2] = Dot(d, r, 8192, g, -6860, b, -1332, 0);
+  t.c[3] = p.c[3];
+  return t;
+}
+template <bool kCmyk, class D>
+hn::Vec<D> GroupLuma(colour::BlockForward<kCmyk>, D d, hn::Vec<D> y) {
+  return hn::ShiftRight<14>(hn::Add(y, hn::Set(d, -2088960)));
+}
+template <bool kCmyk, class D>
+hn::Vec<D> GroupK(colour::BlockForward<kCmyk>, D d, hn::Vec<D> k) {
+  return hn::Sub(k, hn::Set(d, 128));
+}
+template <bool kCmyk, class D>
+hn::Vec<D> GroupChroma(colour::BlockForward<kCmyk>, D d, hn::Vec<D> sum, int log2n) {
+  return hn::ShiftRightSame(hn::Add(sum, hn::Set(d, 1 << (13 + log2n))), 14 + log2n);
+}
+
+template <class D>
+VPx<D> GroupTerms(colour::SampleForward, D, const VPx<D>& p) {
+  return p;
+}
+template <class D>
+hn::Vec<D> GroupLuma(colour::SampleForward, D d, hn::Vec<D> y) {
+  return hn::Sub(y, hn::Set(d, 128));
+}
+template <class D>
+hn::Vec<D> GroupK(colour::SampleForward, D d, hn::Vec<D>) {
+  return hn::Zero(d);
+}
+template <class D>
+hn::Vec<D> GroupChroma(colour::SampleForward, D d, hn::Vec<D> sum, int log2n) {
+  return hn::ShiftRightSame(hn::Sub(sum, hn::Set(d, 128 << log2n)), log2n);
+}
+
+// Level-shifted block values to pixels; inputs may be any 16-bit value, so
+// the chroma terms are saturated to 16 bits as in the plain form.
+template <bool kCmyk, class D>
+VPx<D> GroupInverse(colour::BlockInverse<kCmyk>, D d, const VPx<D>& p) {
+  const auto zero = hn::Zero(d);
+  const auto term = [&](hn::Vec<D> sum) {
+    return Clamp(d, hn::ShiftRight<14>(hn::Add(sum, hn::Set(d, 2105344))), -32768, 32767);
+  };
+  VPx<D> o;
+  o.c[0] = Clamp(d, hn::Add(p.c[0], term(Dot(d, p.c[2], 22970, zero, 0, zero, 0, 0))), 0, 255);
+  o.c[1] = Clamp(d, hn::Add(p.c[0], term(Dot(d, p.c[1], -5638, p.c[2], -11700, zero, 0, 0))), 0, 255);
+  o.c[2] = Clamp(d, hn::Add(p.c[0], term(Dot(d, p.c[1], 29032, zero, 0, zero, 0, 0))), 0, 255);
+  o.c[3] = zero;
+  if constexpr (kCmyk) {
+    const auto max = hn::Set(d, 255);
+    for (int c = 0; c < 3; ++c) o.c[c] = hn::Sub(max, o.c[c]);
+    o.c[3] = Clamp(d, hn::Add(p.c[3], hn::Set(d, 128)), 0, 255);
+  }
+  return o;
+}
+template <class D>
+VPx<D> GroupInverse(colour::SampleInverse, D d, const VPx<D>& p) {
+  VPx<D> o;
+  for (int c = 0; c < 4; ++c) o.c[c] = Clamp(d, hn::Add(p.c[c], hn::Set(d, 128)), 0, 255);
   return o;
 }
 
