@@ -23,6 +23,12 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   const auto lanes = static_cast<int32_t>(hn::Lanes(d));
   const int32_t end = F::VectorEnd(width);
   int32_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+  if constexpr (kForwardMadd<In, F>) {
+    const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
+    for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);
+  }
+#endif
   for (; x + lanes <= end; x += lanes) StorePixels<Out>(d, dst, x, VectorFormula(F{}, d, LoadPixels<In>(d, src, x)), fill);
   ConvertColumns<In, Out, F>(src, dst, x, width, fill);
 }

@@ -11,6 +11,8 @@
 
 #include <hwy/highway.h>
 
+#include <type_traits>
+
 #include "jpeg/colour_groups.h"
 #include "jpeg/colour_rows.h"
 
@@ -184,6 +186,97 @@ VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
   for (int c = 0; c < 3; ++c) o.c[c] = hn::Sub(max, hn::Min(hn::Max(o.c[c], zero), max));
   return o;
 }
+
+// ---- Forward formulas on 16-bit pairs ------------------------------------------------
+//
+// The forward 8-bit formulas as two pairwise 16-bit multiply-adds per output:
+// (R, G) . (wR, wG) + (B, 1) . (wB, c) + k, with c + k the formula's
+// constant. Pixels are paired with their neighbours by interleaving the
+// lower and the upper lanes of each 128-bit block; narrowing the two halves
+// back block by block restores the pixel order.
+
+#if HWY_TARGET != HWY_SCALAR
+
+struct MaddOutput {
+  int16_t wr, wg, wb, c;
+  int32_t k;
+};
+struct MaddFormula {
+  MaddOutput out[3];
+  int shift;
+};
+
+inline constexpr MaddFormula kMadd15 = {
+    {{9798, 19235, 3736, 16266, 0}, {-5529, -10855, 16384, 16384, 4194304}, {16384, -13720, -2664, 16400, 4194304}},
+    15};
+constexpr MaddFormula Madd14(colour::CbWeights cb) {
+  return {{{4899, 9617, 1868, 8192, 0},
+           {static_cast<int16_t>(cb.r), static_cast<int16_t>(cb.g), 8192, 8192, 2097152},
+           {8192, -6860, -1332, 8192, 2097152}},
+          14};
+}
+
+// Which forward kernels take this path: 8-bit sources and plane outputs.
+template <class In, class F>
+constexpr bool kForwardMadd =
+    (In::kKind == colour::Kind::kInterleaved || In::kKind == colour::Kind::kPlanes) && In::kChannels == 3 &&
+    !std::is_same_v<F, colour::ForwardCmyk> && !std::is_same_v<F, colour::InverseGroupsOf4> &&
+    !std::is_same_v<F, colour::InverseCmyk>;
+
+template <class F>
+constexpr MaddFormula MaddOf() {
+  if constexpr (std::is_same_v<F, colour::ForwardGroupsOf8> || std::is_same_v<F, colour::Forward15Everywhere>) {
+    return kMadd15;
+  } else {
+    return Madd14(F::kCb);
+  }
+}
+
+// Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
+// outputs stored.
+template <class In, class Out, class F>
+void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Repartition<int32_t, decltype(d16)> d32;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  hn::Vec<decltype(d8)> bytes[4];
+  if constexpr (In::kKind == colour::Kind::kInterleaved) {
+    LoadChannels<In>(d8, colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x, bytes);
+  } else {
+    for (int c = 0; c < 3; ++c) bytes[c] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x);
+  }
+  const auto r = hn::PromoteTo(d16, bytes[0]), g = hn::PromoteTo(d16, bytes[1]), b = hn::PromoteTo(d16, bytes[2]);
+  const auto one = hn::Set(d16, 1);
+  const auto rgLo = hn::InterleaveLower(d16, r, g), rgHi = hn::InterleaveUpper(d16, r, g);
+  const auto b1Lo = hn::InterleaveLower(d16, b, one), b1Hi = hn::InterleaveUpper(d16, b, one);
+  const auto pair = [&](int16_t first, int16_t second) {
+    return hn::BitCast(d16, hn::Set(d32, static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(first)) |
+                                                             static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16)));
+  };
+  const auto madd = [&](hn::Vec<decltype(d16)> a, hn::Vec<decltype(d16)> w) {
+    auto odd = hn::Zero(d32);
+    const auto even = hn::ReorderWidenMulAccumulate(d32, a, w, hn::Zero(d32), odd);
+    return hn::RearrangeToOddPlusEven(even, odd);
+  };
+  constexpr MaddFormula f = MaddOf<F>();
+  for (int c = 0; c < Out::kChannels; ++c) {
+    const MaddOutput& o = f.out[c];
+    const auto wrg = pair(o.wr, o.wg), wb1 = pair(o.wb, o.c);
+    const auto k = hn::Set(d32, o.k);
+    auto lo = hn::Add(hn::Add(madd(rgLo, wrg), madd(b1Lo, wb1)), k);
+    auto hi = hn::Add(hn::Add(madd(rgHi, wrg), madd(b1Hi, wb1)), k);
+    if (f.shift == 15) {
+      lo = hn::ShiftRight<15>(lo);
+      hi = hn::ShiftRight<15>(hi);
+    } else {
+      lo = hn::ShiftRight<14>(lo);
+      hi = hn::ShiftRight<14>(hi);
+    }
+    hn::StoreU(hn::DemoteTo(d8, hn::ReorderDemote2To(d16, lo, hi)), d8, colour::Ptr<uint8_t>(dst, c) + x);
+  }
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
 
 // ---- Group formulas (colour_groups.h) on vectors ------------------------------------
 
