@@ -28,6 +28,10 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);
   }
+  if constexpr (kInverseMadd<In, Out, F>) {
+    const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
+    for (; x + pairs <= end; x += pairs) InverseMaddStep<In, Out, F>(src, dst, x, fill);
+  }
 #endif
   for (; x + lanes <= end; x += lanes) StorePixels<Out>(d, dst, x, VectorFormula(F{}, d, LoadPixels<In>(d, src, x)), fill);
   ConvertColumns<In, Out, F>(src, dst, x, width, fill);

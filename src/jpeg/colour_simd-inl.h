@@ -276,6 +276,66 @@ void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32
   }
 }
 
+// The scale-2^14 inverse on 16-bit pairs: the chroma terms as
+// (Cr, 1) . (22970, 721) >> 14 - 179, (Cb, Cr) . (-5638, -11700) + 2227566 >> 14
+// and (Cb, 1) . (29032, 11207) >> 14 - 227 (the constants split into a
+// multiple of 2^14, which passes the shift, and a 16-bit rest); each added
+// to Y in 16 bits and saturated to a byte. With 8-bit chroma the terms never
+// reach the 16-bit saturation of the plain form.
+template <class In, class Out, class F>
+constexpr bool kInverseMadd = std::is_same_v<F, colour::InverseGroupsOf4> || std::is_same_v<F, colour::InverseCmyk>;
+
+template <class In, class Out, class F>
+void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Repartition<int32_t, decltype(d16)> d32;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  const auto y = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 0) + x));
+  const auto cb = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 1) + x));
+  const auto cr = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 2) + x));
+  const auto one = hn::Set(d16, 1);
+  const auto pair = [&](int16_t first, int16_t second) {
+    return hn::BitCast(d16, hn::Set(d32, static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(first)) |
+                                                             static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16)));
+  };
+  const auto madd = [&](hn::Vec<decltype(d16)> a, hn::Vec<decltype(d16)> w) {
+    auto odd = hn::Zero(d32);
+    const auto even = hn::ReorderWidenMulAccumulate(d32, a, w, hn::Zero(d32), odd);
+    return hn::RearrangeToOddPlusEven(even, odd);
+  };
+  // Term of a pair of 16-bit vectors (a, b) with weights (wa, wb), plus k,
+  // shifted, narrowed, plus `after`; the result is Y plus the term.
+  const auto channel = [&](hn::Vec<decltype(d16)> a, hn::Vec<decltype(d16)> b, int16_t wa, int16_t wb, int32_t k,
+                           int16_t after) {
+    const auto w = pair(wa, wb);
+    const auto kk = hn::Set(d32, k);
+    const auto lo = hn::ShiftRight<14>(hn::Add(madd(hn::InterleaveLower(d16, a, b), w), kk));
+    const auto hi = hn::ShiftRight<14>(hn::Add(madd(hn::InterleaveUpper(d16, a, b), w), kk));
+    return hn::DemoteTo(d8, hn::Add(y, hn::Add(hn::ReorderDemote2To(d16, lo, hi), hn::Set(d16, after))));
+  };
+  hn::Vec<decltype(d8)> v[4] = {channel(cr, one, 22970, 721, 0, -179), channel(cb, cr, -5638, -11700, 2227566, 0),
+                                channel(cb, one, 29032, 11207, 0, -227), hn::Zero(d8)};
+  if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
+    for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
+    v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);
+  }
+  if constexpr (Out::kKind == colour::Kind::kInterleaved) {
+    StoreChannels<Out>(d8, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
+  } else if constexpr (Out::kKind == colour::Kind::kPlanes) {
+    for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(v[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
+  } else {
+    static_assert(Out::kKind == colour::Kind::kPacked);
+    const hn::RebindToUnsigned<decltype(d16)> du16;
+    const auto first = hn::PromoteTo(du16, v[0]), mid = hn::PromoteTo(du16, v[1]), third = hn::PromoteTo(du16, v[2]);
+    const auto low = Out::kIsRedFirst ? first : third, high = Out::kIsRedFirst ? third : first;
+    const auto word = Out::kIs565 ? hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<2>(mid))),
+                                           hn::ShiftLeft<11>(hn::ShiftRight<3>(high)))
+                                  : hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<3>(mid))),
+                                           hn::ShiftLeft<10>(hn::ShiftRight<3>(high)));
+    hn::StoreU(word, du16, colour::Ptr<uint16_t>(dst, 0) + x);
+  }
+}
+
 #endif  // HWY_TARGET != HWY_SCALAR
 
 // ---- Group formulas (colour_groups.h) on vectors ------------------------------------
