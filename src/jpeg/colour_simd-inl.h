@@ -11,6 +11,7 @@
 
 #include <hwy/highway.h>
 
+#include <array>
 #include <type_traits>
 
 #include "jpeg/colour_groups.h"
@@ -53,6 +54,16 @@ void StoreChannels(D8 d8, const hn::Vec<D8> (&v)[4], uint8_t fill, uint8_t* p) {
   }
 }
 
+// Lane tables for pairs of pixels: alternating between the two halves
+// (0, n/2, 1, n/2 + 1, ...), or each lane twice (0, 0, 1, 1, ...).
+template <class D>
+std::array<int32_t, 16> PairIndices(bool alternate) {
+  const auto n = static_cast<int32_t>(hn::Lanes(D()));
+  std::array<int32_t, 16> idx{};
+  for (int32_t i = 0; i < n; ++i) idx[static_cast<std::size_t>(i)] = alternate ? (i % 2) * (n / 2) + i / 2 : i / 2;
+  return idx;
+}
+
 template <class In, class D>
 VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
   using colour::Kind;
@@ -65,6 +76,22 @@ VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
   } else if constexpr (In::kKind == Kind::kPlanes) {
     for (int c = 0; c < In::kChannels; ++c) v.c[c] = hn::PromoteTo(d, hn::LoadU(d8, colour::Ptr<uint8_t>(row, c) + x));
     for (int c = In::kChannels; c < 4; ++c) v.c[c] = hn::Zero(d);
+#if HWY_TARGET != HWY_SCALAR
+  } else if constexpr (In::kKind == Kind::kPairs) {
+    // n pixels are n/2 pairs Y0 Cb Y1 Cr: the Ys take turns, the chroma of a
+    // pair serves both its pixels.
+    const hn::Half<D> dh;
+    const hn::Rebind<uint8_t, decltype(dh)> dh8;
+    hn::Vec<decltype(dh8)> y0, cb, y1, cr;
+    hn::LoadInterleaved4(dh8, colour::Ptr<uint8_t>(row, 0) + 2 * x, y0, cb, y1, cr);
+    const auto both = [&](hn::Vec<decltype(dh8)> a, hn::Vec<decltype(dh8)> b) {
+      return hn::Combine(d, hn::PromoteTo(dh, b), hn::PromoteTo(dh, a));
+    };
+    v.c[0] = hn::TableLookupLanes(both(y0, y1), hn::SetTableIndices(d, PairIndices<D>(true).data()));
+    v.c[1] = hn::TableLookupLanes(both(cb, cb), hn::SetTableIndices(d, PairIndices<D>(false).data()));
+    v.c[2] = hn::TableLookupLanes(both(cr, cr), hn::SetTableIndices(d, PairIndices<D>(false).data()));
+    v.c[3] = hn::Zero(d);
+#endif
   } else {
     static_assert(In::kKind == Kind::kPacked);
     const hn::Rebind<uint16_t, D> d16;
@@ -94,6 +121,15 @@ void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx<D>& v, uin
     StoreChannels<Out>(d8, bytes, fill, colour::Ptr<uint8_t>(row, 0) + Out::kPixelBytes * x);
   } else if constexpr (Out::kKind == Kind::kPlanes) {
     for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(hn::DemoteTo(d8, v.c[c]), d8, colour::Ptr<uint8_t>(row, c) + x);
+#if HWY_TARGET != HWY_SCALAR
+  } else if constexpr (Out::kKind == Kind::kPairs) {
+    // Even pixels give Y0 and the pair's chroma, odd pixels Y1.
+    const hn::Half<D> dh;
+    const hn::Rebind<uint8_t, decltype(dh)> dh8;
+    const auto even = [&](hn::Vec<D> a) { return hn::DemoteTo(dh8, hn::LowerHalf(dh, hn::ConcatEven(d, a, a))); };
+    const auto odd = hn::DemoteTo(dh8, hn::LowerHalf(dh, hn::ConcatOdd(d, v.c[0], v.c[0])));
+    hn::StoreInterleaved4(even(v.c[0]), even(v.c[1]), odd, even(v.c[2]), dh8, colour::Ptr<uint8_t>(row, 0) + 2 * x);
+#endif
   } else {
     static_assert(Out::kKind == Kind::kPacked);
     const auto zero = hn::Zero(d), max = hn::Set(d, 255);

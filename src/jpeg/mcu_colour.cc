@@ -27,9 +27,7 @@ void ForwardMcuSimd(const SrcImage& src, Vek16s* const* blocks) {
 #if HWY_TARGET == HWY_SCALAR  // one-lane vectors: the plain form
   ForwardMcuScalar<kH, kV, In, F>(src, blocks);
 #else
-  if constexpr (In::kKind == Kind::kPairs) {
-    ForwardMcuScalar<kH, kV, In, F>(src, blocks);
-  } else {
+  {
     using Store = BlockStore<int16_t, kH, kV>;
     const DMcu d;
     const hn::Rebind<int16_t, DMcu> d16;
@@ -76,18 +74,14 @@ void InverseMcuSimd(const Vek16s* const* blocks, const DstImage& dst) {
 #if HWY_TARGET == HWY_SCALAR
   InverseMcuScalar<kH, kV, Out, F>(blocks, dst);
 #else
-  if constexpr (Out::kKind == Kind::kPairs) {
-    InverseMcuScalar<kH, kV, Out, F>(blocks, dst);
-  } else {
+  {
     using Store = BlockStore<const int16_t, kH, kV>;
     const DMcu d;
     const hn::Half<DMcu> dh;
     const hn::Rebind<int16_t, DMcu> d16;
     const hn::Rebind<int16_t, decltype(dh)> dh16;
     const auto n = static_cast<int32_t>(hn::Lanes(d));
-    alignas(64) int32_t pairs[8];
-    for (int32_t i = 0; i < n; ++i) pairs[i] = i / 2;
-    const auto spread = hn::SetTableIndices(d, pairs);
+    const auto spread = hn::SetTableIndices(d, PairIndices<DMcu>(false).data());
     const auto chroma = [&](const Vek16s* at) {
       if constexpr (kH == 1) return hn::PromoteTo(d, hn::LoadU(d16, at));
       const auto half = hn::PromoteTo(dh, hn::LoadU(dh16, at));
