@@ -4,6 +4,7 @@
 //    call by call: MP/s of each and the ratio ours/theirs.
 //  - Every whole-image 4:4:4 conversion: MP/s and the ratio to memcpy of its
 //    larger buffer, one thread in every form, then all threads.
+//  - Whole-plane chroma sampling, MP/s of destination pixels.
 //  - The MCU functions: nanoseconds per MCU.
 #include <benchmark/benchmark.h>
 #include <turbojpeg.h>
@@ -155,6 +156,28 @@ void RunWhole(benchmark::State& state, const Whole& c, int threads) {
   vekSetNumThreads(0);
 }
 
+// ---- Sampling: the photograph's green channel as a plane -------------------------------------
+
+void RunSampling(benchmark::State& state, int which, int threads) {
+  vekSetNumThreads(threads);
+  const test::Photo& p = Photo();
+  const int w = p.width, h = p.height;
+  // One context row above and below, as the H2V2 up-sampler reads them.
+  std::vector<Vek8u> plane(static_cast<std::size_t>(w * (h + 2)));
+  for (std::size_t i = 0; i < plane.size(); ++i) plane[i] = p.pixels[(3 * i + 1) % p.pixels.size()];
+  std::vector<Vek8u> out(static_cast<std::size_t>(4 * w * h));
+  const Vek8u* src = plane.data() + w;
+  const int hw = w / 2, hh = h / 2;
+  RunPixels(state, which < 2 ? static_cast<double>(hw) * hh : 4.0 * hw * hh, 0, [&] {
+    if (which == 0) vekiSampleDownH2V1_JPEG_8u_C1R(src, w, {w, h}, out.data(), hw, {hw, h});
+    if (which == 1) vekiSampleDownH2V2_JPEG_8u_C1R(src, w, {w, h}, out.data(), hw, {hw, hh});
+    if (which == 2) vekiSampleUpH2V1_JPEG_8u_C1R(src, w, {hw, h}, out.data(), w, {w, h});
+    if (which == 3) vekiSampleUpH2V2_JPEG_8u_C1R(src, w, {hw, hh}, out.data(), w, {w, 2 * hh});
+    benchmark::DoNotOptimize(out.data());
+  });
+  vekSetNumThreads(0);
+}
+
 // ---- MCUs -----------------------------------------------------------------------------------
 
 void RunMcus(benchmark::State& state, const std::function<void(std::size_t i)>& one, std::size_t count) {
@@ -213,6 +236,11 @@ const bool kRegistered = [] {
     benchmark::RegisterBenchmark((std::string("Colour/") + c.name + "/threads:all/best").c_str(),
                                  [c](benchmark::State& s) { RunWhole(s, c, 0); })
         ->UseRealTime();
+  }
+  const char* sampling[4] = {"SampleDownH2V1", "SampleDownH2V2", "SampleUpH2V1", "SampleUpH2V2"};
+  for (int which = 0; which < 4; ++which) {
+    RegisterPerForm(std::string("Sampling/") + sampling[which] + "/threads:1",
+                    [which](benchmark::State& s) { RunSampling(s, which, 1); });
   }
   const char* sub[3] = {"444", "422", "411"};
   for (int kind = 0; kind < 3; ++kind) {

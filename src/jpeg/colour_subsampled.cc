@@ -26,12 +26,6 @@ using D16 = hn::Repartition<int16_t, D32>;  // 2N lanes
 using D8 = hn::Rebind<uint8_t, D16>;        // 2N bytes
 using D8Half = hn::Rebind<uint8_t, D32>;    // N bytes
 
-// Lane k of t twice, as lanes 2k and 2k+1 of a 16-bit vector (t fits 16 bits).
-hn::Vec<D16> Twice(hn::Vec<D32> t) {
-  const D32 d32;
-  return hn::BitCast(D16(), hn::Or(hn::And(t, hn::Set(d32, 0xFFFF)), hn::ShiftLeft<16>(t)));
-}
-
 // Sums of adjacent byte pairs: lane k = v[2k] + v[2k+1], widened to 32 bits.
 hn::Vec<D32> PairSums(hn::Vec<D8> v) {
   const hn::Repartition<uint16_t, D8> d16;
