@@ -268,6 +268,38 @@ constexpr MaddFormula MaddOf() {
   }
 }
 
+// A 16-bit vector of (first, second) pairs.
+template <class D16>
+hn::Vec<D16> WeightPair(D16 d16, int16_t first, int16_t second) {
+  const hn::Repartition<int32_t, D16> d32;
+  return hn::BitCast(d16, hn::Set(d32, static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(first)) |
+                                                           static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16)));
+}
+
+// Lane k: a[2k] w[2k] + a[2k+1] w[2k+1], exactly, in 32 bits.
+template <class D16>
+hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, hn::Vec<D16> w) {
+  const hn::Repartition<int32_t, D16> d32;
+  auto odd = hn::Zero(d32);
+  const auto even = hn::ReorderWidenMulAccumulate(d32, a, w, hn::Zero(d32), odd);
+  return hn::RearrangeToOddPlusEven(even, odd);
+}
+
+// One output of a forward formula for the 16-bit pixels r, g, b, narrowed to
+// 16 bits in pixel order.
+template <int kShift, class D16>
+hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b, const MaddOutput& o) {
+  const hn::Repartition<int32_t, D16> d32;
+  const auto one = hn::Set(d16, 1);
+  const auto wrg = WeightPair(d16, o.wr, o.wg), wb1 = WeightPair(d16, o.wb, o.c);
+  const auto k = hn::Set(d32, o.k);
+  const auto lo = hn::Add(hn::Add(PairDot(d16, hn::InterleaveLower(d16, r, g), wrg),
+                                  PairDot(d16, hn::InterleaveLower(d16, b, one), wb1)), k);
+  const auto hi = hn::Add(hn::Add(PairDot(d16, hn::InterleaveUpper(d16, r, g), wrg),
+                                  PairDot(d16, hn::InterleaveUpper(d16, b, one), wb1)), k);
+  return hn::ReorderDemote2To(d16, hn::ShiftRight<kShift>(lo), hn::ShiftRight<kShift>(hi));
+}
+
 // Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
 // outputs stored.
 template <class In, class Out, class F>
@@ -282,33 +314,10 @@ void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32
     for (int c = 0; c < 3; ++c) bytes[c] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x);
   }
   const auto r = hn::PromoteTo(d16, bytes[0]), g = hn::PromoteTo(d16, bytes[1]), b = hn::PromoteTo(d16, bytes[2]);
-  const auto one = hn::Set(d16, 1);
-  const auto rgLo = hn::InterleaveLower(d16, r, g), rgHi = hn::InterleaveUpper(d16, r, g);
-  const auto b1Lo = hn::InterleaveLower(d16, b, one), b1Hi = hn::InterleaveUpper(d16, b, one);
-  const auto pair = [&](int16_t first, int16_t second) {
-    return hn::BitCast(d16, hn::Set(d32, static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(first)) |
-                                                             static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16)));
-  };
-  const auto madd = [&](hn::Vec<decltype(d16)> a, hn::Vec<decltype(d16)> w) {
-    auto odd = hn::Zero(d32);
-    const auto even = hn::ReorderWidenMulAccumulate(d32, a, w, hn::Zero(d32), odd);
-    return hn::RearrangeToOddPlusEven(even, odd);
-  };
   constexpr MaddFormula f = MaddOf<F>();
   for (int c = 0; c < Out::kChannels; ++c) {
-    const MaddOutput& o = f.out[c];
-    const auto wrg = pair(o.wr, o.wg), wb1 = pair(o.wb, o.c);
-    const auto k = hn::Set(d32, o.k);
-    auto lo = hn::Add(hn::Add(madd(rgLo, wrg), madd(b1Lo, wb1)), k);
-    auto hi = hn::Add(hn::Add(madd(rgHi, wrg), madd(b1Hi, wb1)), k);
-    if (f.shift == 15) {
-      lo = hn::ShiftRight<15>(lo);
-      hi = hn::ShiftRight<15>(hi);
-    } else {
-      lo = hn::ShiftRight<14>(lo);
-      hi = hn::ShiftRight<14>(hi);
-    }
-    hn::StoreU(hn::DemoteTo(d8, hn::ReorderDemote2To(d16, lo, hi)), d8, colour::Ptr<uint8_t>(dst, c) + x);
+    const auto v = f.shift == 15 ? ForwardOutput<15>(d16, r, g, b, f.out[c]) : ForwardOutput<14>(d16, r, g, b, f.out[c]);
+    hn::StoreU(hn::DemoteTo(d8, v), d8, colour::Ptr<uint8_t>(dst, c) + x);
   }
 }
 
@@ -330,23 +339,14 @@ void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32
   const auto cb = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 1) + x));
   const auto cr = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 2) + x));
   const auto one = hn::Set(d16, 1);
-  const auto pair = [&](int16_t first, int16_t second) {
-    return hn::BitCast(d16, hn::Set(d32, static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(first)) |
-                                                             static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16)));
-  };
-  const auto madd = [&](hn::Vec<decltype(d16)> a, hn::Vec<decltype(d16)> w) {
-    auto odd = hn::Zero(d32);
-    const auto even = hn::ReorderWidenMulAccumulate(d32, a, w, hn::Zero(d32), odd);
-    return hn::RearrangeToOddPlusEven(even, odd);
-  };
   // Term of a pair of 16-bit vectors (a, b) with weights (wa, wb), plus k,
   // shifted, narrowed, plus `after`; the result is Y plus the term.
   const auto channel = [&](hn::Vec<decltype(d16)> a, hn::Vec<decltype(d16)> b, int16_t wa, int16_t wb, int32_t k,
                            int16_t after) {
-    const auto w = pair(wa, wb);
+    const auto w = WeightPair(d16, wa, wb);
     const auto kk = hn::Set(d32, k);
-    const auto lo = hn::ShiftRight<14>(hn::Add(madd(hn::InterleaveLower(d16, a, b), w), kk));
-    const auto hi = hn::ShiftRight<14>(hn::Add(madd(hn::InterleaveUpper(d16, a, b), w), kk));
+    const auto lo = hn::ShiftRight<14>(hn::Add(PairDot(d16, hn::InterleaveLower(d16, a, b), w), kk));
+    const auto hi = hn::ShiftRight<14>(hn::Add(PairDot(d16, hn::InterleaveUpper(d16, a, b), w), kk));
     return hn::DemoteTo(d8, hn::Add(y, hn::Add(hn::ReorderDemote2To(d16, lo, hi), hn::Set(d16, after))));
   };
   hn::Vec<decltype(d8)> v[4] = {channel(cr, one, 22970, 721, 0, -179), channel(cb, cr, -5638, -11700, 2227566, 0),

@@ -52,17 +52,10 @@ void LoadRgb(const uint8_t* p, hn::Vec<D8>& r, hn::Vec<D8>& g, hn::Vec<D8>& b) {
 
 // Y of 2N pixels at scale 2^14, stored.
 void StoreLuma(hn::Vec<D8> r, hn::Vec<D8> g, hn::Vec<D8> b, uint8_t* y) {
-  const D32 d32;
-  const D8Half dh;
-  const auto one = [&](hn::Vec<D8Half> r8, hn::Vec<D8Half> g8, hn::Vec<D8Half> b8, uint8_t* out) {
-    const auto sum = hn::Add(hn::Add(hn::Mul(hn::PromoteTo(d32, r8), hn::Set(d32, 4899)),
-                                     hn::Mul(hn::PromoteTo(d32, g8), hn::Set(d32, 9617))),
-                             hn::Add(hn::Mul(hn::PromoteTo(d32, b8), hn::Set(d32, 1868)), hn::Set(d32, 8192)));
-    hn::StoreU(hn::DemoteTo(dh, hn::ShiftRight<14>(sum)), dh, out);
-  };
-  const size_t n = hn::Lanes(d32);
-  one(hn::LowerHalf(dh, r), hn::LowerHalf(dh, g), hn::LowerHalf(dh, b), y);
-  one(hn::UpperHalf(dh, r), hn::UpperHalf(dh, g), hn::UpperHalf(dh, b), y + n);
+  const D16 d16;
+  const auto luma = ForwardOutput<14>(d16, hn::PromoteTo(d16, r), hn::PromoteTo(d16, g), hn::PromoteTo(d16, b),
+                                      Madd14(colour::kCb2764).out[0]);
+  hn::StoreU(hn::DemoteTo(D8(), luma), D8(), y);
 }
 
 }  // namespace
