@@ -131,9 +131,9 @@ VEKAPI VekStatus vekiAdd128_JPEG_16s8u_C1R(const Vek16s* pSrc, int srcStep, Vek8
  * Checks, 4:4:4 and CMYK/YCCK: source and destination pointers or plane
  * arrays, then each plane pointer (vekStsNullPtr); source step, destination
  * step (vekStsBadStep); region (vekStsBadSize). YCbCrTo..._P3C4R has no step
- * check. 4:2:2 functions, C2C3R included: pointers, then width < 2 or
- * height < 1 (vekStsBadSize), no step check, and vekStsDoubleSize when the
- * width is odd. 4:1:1 functions: pointers, then width or height < 2, no step
+ * check. 4:2:2 functions, C2C3R included: pointers (a step array too),
+ * then width < 2 or height < 1 (vekStsBadSize), no step check, and
+ * vekStsDoubleSize when the width is odd. 4:1:1 functions: pointers, then width or height < 2, no step
  * check, and vekStsDoubleSize when the width or the height is odd.
  *
  * Forward RGB/BGR C3P3R: the first 8*floor(w/8) columns of a row at scale

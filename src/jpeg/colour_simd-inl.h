@@ -330,27 +330,34 @@ void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32
 template <class In, class Out, class F>
 constexpr bool kInverseMadd = std::is_same_v<F, colour::InverseGroupsOf4> || std::is_same_v<F, colour::InverseCmyk>;
 
-template <class In, class Out, class F>
-void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) {
-  const hn::ScalableTag<int16_t> d16;
-  const hn::Repartition<int32_t, decltype(d16)> d32;
-  const hn::Rebind<uint8_t, decltype(d16)> d8;
-  const auto y = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 0) + x));
-  const auto cb = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 1) + x));
-  const auto cr = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 2) + x));
+// The three chroma terms of 16-bit Cb and Cr, in pixel order.
+template <class D16>
+void InverseTerms(D16 d16, hn::Vec<D16> cb, hn::Vec<D16> cr, hn::Vec<D16> (&t)[3]) {
+  const hn::Repartition<int32_t, D16> d32;
   const auto one = hn::Set(d16, 1);
-  // Term of a pair of 16-bit vectors (a, b) with weights (wa, wb), plus k,
-  // shifted, narrowed, plus `after`; the result is Y plus the term.
-  const auto channel = [&](hn::Vec<decltype(d16)> a, hn::Vec<decltype(d16)> b, int16_t wa, int16_t wb, int32_t k,
-                           int16_t after) {
+  const auto term = [&](hn::Vec<D16> a, hn::Vec<D16> b, int16_t wa, int16_t wb, int32_t k, int16_t after) {
     const auto w = WeightPair(d16, wa, wb);
     const auto kk = hn::Set(d32, k);
     const auto lo = hn::ShiftRight<14>(hn::Add(PairDot(d16, hn::InterleaveLower(d16, a, b), w), kk));
     const auto hi = hn::ShiftRight<14>(hn::Add(PairDot(d16, hn::InterleaveUpper(d16, a, b), w), kk));
-    return hn::DemoteTo(d8, hn::Add(y, hn::Add(hn::ReorderDemote2To(d16, lo, hi), hn::Set(d16, after))));
+    return hn::Add(hn::ReorderDemote2To(d16, lo, hi), hn::Set(d16, after));
   };
-  hn::Vec<decltype(d8)> v[4] = {channel(cr, one, 22970, 721, 0, -179), channel(cb, cr, -5638, -11700, 2227566, 0),
-                                channel(cb, one, 29032, 11207, 0, -227), hn::Zero(d8)};
+  t[0] = term(cr, one, 22970, 721, 0, -179);
+  t[1] = term(cb, cr, -5638, -11700, 2227566, 0);
+  t[2] = term(cb, one, 29032, 11207, 0, -227);
+}
+
+template <class In, class Out, class F>
+void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  const auto y = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 0) + x));
+  const auto cb = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 1) + x));
+  const auto cr = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 2) + x));
+  hn::Vec<decltype(d16)> t[3];
+  InverseTerms(d16, cb, cr, t);
+  hn::Vec<decltype(d8)> v[4] = {hn::DemoteTo(d8, hn::Add(y, t[0])), hn::DemoteTo(d8, hn::Add(y, t[1])),
+                                hn::DemoteTo(d8, hn::Add(y, t[2])), hn::Zero(d8)};
   if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
     for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
     v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);

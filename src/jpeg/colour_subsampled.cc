@@ -102,8 +102,8 @@ void ForwardChromaRow(const SrcImage& src, int32_t w, int32_t h, const PlaneStor
 }
 
 // Luma rows [r0, r1) of one chroma row. The chroma terms are computed once
-// per sample, in 32 bits; with 8-bit chroma each lies within -227..226, so
-// Y + term saturated to 0..255 equals Y plus its positive part, minus its
+// per sample; with 8-bit chroma each lies within -227..226, so Y + term
+// saturated to 0..255 equals Y plus the term's positive part minus its
 // negative part, both in saturating 8-bit arithmetic. That runs on whole
 // byte vectors: 2N chroma samples and 4N pixels a row per step.
 template <int kV, class Out>
@@ -111,51 +111,30 @@ void InverseRows(const PlaneStore<const uint8_t>& in, int32_t w, int32_t r0, int
                  uint8_t fill) {
   int32_t cx = 0;
 #if HWY_TARGET != HWY_SCALAR
-  const D32 d32;
-  const D8Half dh;
   const hn::ScalableTag<uint8_t> d8;
-  const hn::Repartition<uint16_t, decltype(d8)> d16;
-  const hn::Repartition<int16_t, decltype(d8)> ds16;
-  const hn::Half<decltype(ds16)> dhalf16;
-  const auto n = static_cast<int32_t>(hn::Lanes(d32));
+  const hn::Repartition<int16_t, decltype(d8)> d16;
+  const hn::Rebind<uint8_t, decltype(d16)> dc8;
+  const auto samples = static_cast<int32_t>(hn::Lanes(d16));
   const auto* cb = static_cast<const uint8_t*>(RowAt(in.planes.base[1], in.planes.step[1], r0 / kV));
   const auto* cr = static_cast<const uint8_t*>(RowAt(in.planes.base[2], in.planes.step[2], r0 / kV));
-  // The terms of 2N samples as bytes, each twice: its positive and negative
-  // parts.
-  const auto bytesTwice = [&](hn::Vec<D32> lo, hn::Vec<D32> hi, auto& plus, auto& minus) {
-    const auto zero = hn::Zero(d32);
-    const auto part = [&](hn::Vec<D32> a, hn::Vec<D32> b) {
-      const auto v = hn::BitCast(d16, hn::Combine(ds16, hn::DemoteTo(dhalf16, b), hn::DemoteTo(dhalf16, a)));
-      return hn::BitCast(d8, hn::Or(v, hn::ShiftLeft<8>(v)));
-    };
-    plus = part(hn::Max(lo, zero), hn::Max(hi, zero));
-    minus = part(hn::Max(hn::Neg(lo), zero), hn::Max(hn::Neg(hi), zero));
-  };
-  const auto termR = [&](hn::Vec<D32> r32) {
-    return hn::ShiftRight<14>(hn::Add(hn::Mul(r32, hn::Set(d32, 22970)), hn::Set(d32, -2932015)));
-  };
-  const auto termG = [&](hn::Vec<D32> b32, hn::Vec<D32> r32) {
-    return hn::ShiftRight<14>(hn::Add(hn::Add(hn::Mul(b32, hn::Set(d32, -5638)), hn::Mul(r32, hn::Set(d32, -11700))),
-                                      hn::Set(d32, 2227566)));
-  };
-  const auto termB = [&](hn::Vec<D32> b32) {
-    return hn::ShiftRight<14>(hn::Add(hn::Mul(b32, hn::Set(d32, 29032)), hn::Set(d32, -3707961)));
-  };
-  for (; 2 * (cx + 2 * n) <= w; cx += 2 * n) {
-    const auto b0 = hn::PromoteTo(d32, hn::LoadU(dh, cb + cx)), b1 = hn::PromoteTo(d32, hn::LoadU(dh, cb + cx + n));
-    const auto c0 = hn::PromoteTo(d32, hn::LoadU(dh, cr + cx)), c1 = hn::PromoteTo(d32, hn::LoadU(dh, cr + cx + n));
-    hn::Vec<decltype(d8)> rp, rm, gp, gm, bp, bm;
-    bytesTwice(termR(c0), termR(c1), rp, rm);
-    bytesTwice(termG(b0, c0), termG(b1, c1), gp, gm);
-    bytesTwice(termB(b0), termB(b1), bp, bm);
+  // A 16-bit lane of 0..255 as two equal bytes: the sample's value for both
+  // pixels of its pair.
+  const auto twice = [&](hn::Vec<decltype(d16)> v) { return hn::BitCast(d8, hn::Or(v, hn::ShiftLeft<8>(v))); };
+  const auto zero = hn::Zero(d16);
+  for (; 2 * (cx + samples) <= w; cx += samples) {
+    hn::Vec<decltype(d16)> t[3];
+    InverseTerms(d16, hn::PromoteTo(d16, hn::LoadU(dc8, cb + cx)), hn::PromoteTo(d16, hn::LoadU(dc8, cr + cx)), t);
+    hn::Vec<decltype(d8)> plus[3], minus[3];
+    for (int c = 0; c < 3; ++c) {
+      plus[c] = twice(hn::Max(t[c], zero));
+      minus[c] = twice(hn::Max(hn::Neg(t[c]), zero));
+    }
     for (int32_t row = r0; row < r1; ++row) {
       const auto y = hn::LoadU(d8, static_cast<const uint8_t*>(RowAt(in.planes.base[0], in.planes.step[0], row)) + 2 * cx);
-      uint8_t* out = static_cast<uint8_t*>(RowAt(dst.base[0], dst.step[0], row)) + Out::kPixelBytes * 2 * cx;
-      const auto r = hn::SaturatedSub(hn::SaturatedAdd(y, rp), rm);
-      const auto g = hn::SaturatedSub(hn::SaturatedAdd(y, gp), gm);
-      const auto b = hn::SaturatedSub(hn::SaturatedAdd(y, bp), bm);
-      const hn::Vec<decltype(d8)> c[4] = {r, g, b, r};
-      StoreChannels<Out>(d8, c, fill, out);
+      hn::Vec<decltype(d8)> c[4];
+      for (int k = 0; k < 3; ++k) c[k] = hn::SaturatedSub(hn::SaturatedAdd(y, plus[k]), minus[k]);
+      c[3] = c[0];
+      StoreChannels<Out>(d8, c, fill, static_cast<uint8_t*>(RowAt(dst.base[0], dst.step[0], row)) + Out::kPixelBytes * 2 * cx);
     }
   }
 #endif
