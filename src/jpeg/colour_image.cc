@@ -1,6 +1,8 @@
 // Whole-image 4:4:4 colour conversion and CMYK/YCCK: one row kernel per
 // (source layout, destination layout, formula), listed once in
-// colour_rows.h, in a plain form and a SIMD form on 32-bit lanes.
+// colour_rows.h, in a plain form and a SIMD form. The SIMD form runs 8-bit
+// forward and YCbCr/YCCK inverse rows by pairwise 16-bit multiply-adds, and
+// the rest (packed sources, CMYK to YCCK) on 32-bit lanes.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/colour_image.cc"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -15,8 +17,9 @@ namespace {
 
 using namespace colour;  // NOLINT
 
-// Whole vectors over the columns that share one formula, then the plain
-// form for the rest of the row.
+// Whole vectors over the columns that share one formula (16-bit pairs where
+// the kernel has them, then 32-bit lanes), then the plain form for the rest
+// of the row.
 template <class In, class Out, class F>
 void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t fill) {
   const hn::ScalableTag<int32_t> d;

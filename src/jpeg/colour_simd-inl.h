@@ -1,6 +1,7 @@
-// Per-target vector forms of the colour layouts and formulas, on 32-bit
-// lanes: every product and sum of the fixed-point formulas fits, so each lane
-// computes exactly what the plain form computes for its column.
+// Per-target vector forms of the colour layouts and formulas, on 32-bit lanes
+// or as pairwise 16-bit multiply-adds into 32 bits: every product and sum of
+// the fixed-point formulas fits, so each lane computes exactly what the plain
+// form computes for its column.
 // Included once per target from the kernel files (hwy/foreach_target.h).
 #if defined(VEK_JPEG_COLOUR_SIMD_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef VEK_JPEG_COLOUR_SIMD_INL_H_
@@ -305,7 +306,6 @@ hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16>
 template <class In, class Out, class F>
 void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
   const hn::ScalableTag<int16_t> d16;
-  const hn::Repartition<int32_t, decltype(d16)> d32;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
   hn::Vec<decltype(d8)> bytes[4];
   if constexpr (In::kKind == colour::Kind::kInterleaved) {
