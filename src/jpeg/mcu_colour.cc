@@ -23,11 +23,11 @@ using DMcu = hn::CappedTag<int32_t, 8>;
 // pixels' terms is summed by adding the even lanes to the odd ones.
 template <int kH, int kV, class In, class F>
 void ForwardMcuSimd(const SrcImage& src, Vek16s* const* blocks) {
-  constexpr bool kWithK = In::kChannels == 4;
 #if HWY_TARGET == HWY_SCALAR  // one-lane vectors: the plain form
   ForwardMcuScalar<kH, kV, In, F>(src, blocks);
 #else
   {
+    constexpr bool kWithK = In::kChannels == 4;
     using Store = BlockStore<int16_t, kH, kV>;
     const DMcu d;
     const hn::Rebind<int16_t, DMcu> d16;
@@ -70,11 +70,11 @@ void ForwardMcuSimd(const SrcImage& src, Vek16s* const* blocks) {
 // spread over its two columns by a lane table.
 template <int kH, int kV, class Out, class F>
 void InverseMcuSimd(const Vek16s* const* blocks, const DstImage& dst) {
-  constexpr bool kWithK = Out::kChannels == 4;
 #if HWY_TARGET == HWY_SCALAR
   InverseMcuScalar<kH, kV, Out, F>(blocks, dst);
 #else
   {
+    constexpr bool kWithK = Out::kChannels == 4;
     using Store = BlockStore<const int16_t, kH, kV>;
     const DMcu d;
     const hn::Half<DMcu> dh;
