@@ -253,10 +253,12 @@ constexpr MaddFormula Madd14(colour::CbWeights cb) {
           14};
 }
 
-// Which forward kernels take this path: 8-bit sources and plane outputs.
+// Which forward kernels take this path: RGB sources (not CMYK).
 template <class In, class F>
 constexpr bool kForwardMadd =
-    (In::kKind == colour::Kind::kInterleaved || In::kKind == colour::Kind::kPlanes) && In::kChannels == 3 &&
+    (In::kKind == colour::Kind::kInterleaved || In::kKind == colour::Kind::kPlanes ||
+     In::kKind == colour::Kind::kPacked) &&
+    In::kChannels == 3 &&
     !std::is_same_v<F, colour::ForwardCmyk> && !std::is_same_v<F, colour::InverseGroupsOf4> &&
     !std::is_same_v<F, colour::InverseCmyk>;
 
@@ -307,13 +309,30 @@ template <class In, class Out, class F>
 void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
   const hn::ScalableTag<int16_t> d16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
-  hn::Vec<decltype(d8)> bytes[4];
-  if constexpr (In::kKind == colour::Kind::kInterleaved) {
-    LoadChannels<In>(d8, colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x, bytes);
+  hn::Vec<decltype(d16)> r, g, b;
+  if constexpr (In::kKind == colour::Kind::kPacked) {
+    // Fields moved to the top of a byte, as the plain form unpacks them.
+    const hn::RebindToUnsigned<decltype(d16)> du16;
+    const auto p = hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x);
+    const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(du16, 31)));
+    const auto mid = In::kIs565 ? hn::ShiftRight<3>(hn::And(p, hn::Set(du16, 2016)))
+                                : hn::ShiftRight<2>(hn::And(p, hn::Set(du16, 992)));
+    const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(du16, 63488)))
+                                 : hn::ShiftRight<7>(hn::And(p, hn::Set(du16, 31744)));
+    r = hn::BitCast(d16, In::kIsRedFirst ? low : high);
+    g = hn::BitCast(d16, mid);
+    b = hn::BitCast(d16, In::kIsRedFirst ? high : low);
   } else {
-    for (int c = 0; c < 3; ++c) bytes[c] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x);
+    hn::Vec<decltype(d8)> bytes[4];
+    if constexpr (In::kKind == colour::Kind::kInterleaved) {
+      LoadChannels<In>(d8, colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x, bytes);
+    } else {
+      for (int c = 0; c < 3; ++c) bytes[c] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x);
+    }
+    r = hn::PromoteTo(d16, bytes[0]);
+    g = hn::PromoteTo(d16, bytes[1]);
+    b = hn::PromoteTo(d16, bytes[2]);
   }
-  const auto r = hn::PromoteTo(d16, bytes[0]), g = hn::PromoteTo(d16, bytes[1]), b = hn::PromoteTo(d16, bytes[2]);
   constexpr MaddFormula f = MaddOf<F>();
   for (int c = 0; c < Out::kChannels; ++c) {
     const auto v = f.shift == 15 ? ForwardOutput<15>(d16, r, g, b, f.out[c]) : ForwardOutput<14>(d16, r, g, b, f.out[c]);
