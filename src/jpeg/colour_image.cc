@@ -31,6 +31,10 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);
   }
+  if constexpr (std::is_same_v<F, ForwardCmyk>) {
+    const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
+    for (; x + pairs <= end; x += pairs) CmykMaddStep<In, Out>(src, dst, x);
+  }
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     for (; x + pairs <= end; x += pairs) InverseMaddStep<In, Out, F>(src, dst, x, fill);

@@ -288,19 +288,49 @@ hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, hn::Vec<D16>
   return hn::RearrangeToOddPlusEven(even, odd);
 }
 
+// ((a1, b1) . (wa1, wb1) + (a2, b2) . (wa2, wb2) + k) >> kShift for 16-bit
+// lanes, narrowed to 16 bits in lane order.
+template <int kShift, class D16>
+hn::Vec<D16> Dot2(D16 d16, hn::Vec<D16> a1, hn::Vec<D16> b1, int16_t wa1, int16_t wb1, hn::Vec<D16> a2,
+                  hn::Vec<D16> b2, int16_t wa2, int16_t wb2, int32_t k) {
+  const hn::Repartition<int32_t, D16> d32;
+  const auto w1 = WeightPair(d16, wa1, wb1), w2 = WeightPair(d16, wa2, wb2);
+  const auto kk = hn::Set(d32, k);
+  const auto lo = hn::Add(hn::Add(PairDot(d16, hn::InterleaveLower(d16, a1, b1), w1),
+                                  PairDot(d16, hn::InterleaveLower(d16, a2, b2), w2)), kk);
+  const auto hi = hn::Add(hn::Add(PairDot(d16, hn::InterleaveUpper(d16, a1, b1), w1),
+                                  PairDot(d16, hn::InterleaveUpper(d16, a2, b2), w2)), kk);
+  return hn::ReorderDemote2To(d16, hn::ShiftRight<kShift>(lo), hn::ShiftRight<kShift>(hi));
+}
+
 // One output of a forward formula for the 16-bit pixels r, g, b, narrowed to
 // 16 bits in pixel order.
 template <int kShift, class D16>
 hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b, const MaddOutput& o) {
-  const hn::Repartition<int32_t, D16> d32;
-  const auto one = hn::Set(d16, 1);
-  const auto wrg = WeightPair(d16, o.wr, o.wg), wb1 = WeightPair(d16, o.wb, o.c);
-  const auto k = hn::Set(d32, o.k);
-  const auto lo = hn::Add(hn::Add(PairDot(d16, hn::InterleaveLower(d16, r, g), wrg),
-                                  PairDot(d16, hn::InterleaveLower(d16, b, one), wb1)), k);
-  const auto hi = hn::Add(hn::Add(PairDot(d16, hn::InterleaveUpper(d16, r, g), wrg),
-                                  PairDot(d16, hn::InterleaveUpper(d16, b, one), wb1)), k);
-  return hn::ReorderDemote2To(d16, hn::ShiftRight<kShift>(lo), hn::ShiftRight<kShift>(hi));
+  return Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, o.k);
+}
+
+// CMYK to YCCK at scale 2^16 on pairs: the weights above 2^15 go in two
+// halves, (G', G') . (19235, 19235) for 38470 G' and (X, X) . (16384, 16384)
+// for 32768 X.
+template <class In, class Out>
+void CmykMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  hn::Vec<decltype(d8)> bytes[4];
+  if constexpr (In::kKind == colour::Kind::kInterleaved) {
+    LoadChannels<In>(d8, colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x, bytes);
+  } else {
+    for (int c = 0; c < 4; ++c) bytes[c] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x);
+  }
+  const auto r = hn::PromoteTo(d16, hn::Not(bytes[0])), g = hn::PromoteTo(d16, hn::Not(bytes[1])),
+             b = hn::PromoteTo(d16, hn::Not(bytes[2]));
+  const hn::Vec<decltype(d8)> out[4] = {
+      hn::DemoteTo(d8, Dot2<16>(d16, r, b, 19595, 7471, g, g, 19235, 19235, 32768)),
+      hn::DemoteTo(d8, Dot2<16>(d16, r, g, -11059, -21709, b, b, 16384, 16384, 8421375)),
+      hn::DemoteTo(d8, Dot2<16>(d16, r, r, 16384, 16384, g, b, -27439, -5329, 8421375)), bytes[3]};
+  static_assert(Out::kKind == colour::Kind::kPlanes && Out::kChannels == 4);
+  for (int c = 0; c < 4; ++c) hn::StoreU(out[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
 }
 
 // Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
