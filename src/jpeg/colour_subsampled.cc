@@ -26,14 +26,6 @@ using D16 = hn::Repartition<int16_t, D32>;  // 2N lanes
 using D8 = hn::Rebind<uint8_t, D16>;        // 2N bytes
 using D8Half = hn::Rebind<uint8_t, D32>;    // N bytes
 
-// Sums of adjacent byte pairs: lane k = v[2k] + v[2k+1], widened to 32 bits.
-hn::Vec<D32> PairSums(hn::Vec<D8> v) {
-  const hn::Repartition<uint16_t, D8> d16;
-  const hn::Rebind<uint32_t, D32> du32;
-  const auto w = hn::BitCast(d16, v);
-  return hn::BitCast(D32(), hn::PromoteTo(du32, hn::Add(hn::And(w, hn::Set(d16, 0xFF)), hn::ShiftRight<8>(w))));
-}
-
 // Bytes e[k], o[k] as lanes 2k, 2k+1.
 hn::Vec<D8> Interleave(hn::Vec<D8Half> e, hn::Vec<D8Half> o) {
   const hn::Rebind<uint16_t, D32> d16;
@@ -48,14 +40,6 @@ void LoadRgb(const uint8_t* p, hn::Vec<D8>& r, hn::Vec<D8>& g, hn::Vec<D8>& b) {
   r = c[0];
   g = c[1];
   b = c[2];
-}
-
-// Y of 2N pixels at scale 2^14, stored.
-void StoreLuma(hn::Vec<D8> r, hn::Vec<D8> g, hn::Vec<D8> b, uint8_t* y) {
-  const D16 d16;
-  const auto luma = ForwardOutput<14>(d16, hn::PromoteTo(d16, r), hn::PromoteTo(d16, g), hn::PromoteTo(d16, b),
-                                      Madd14(colour::kCb2764).out[0]);
-  hn::StoreU(hn::DemoteTo(D8(), luma), D8(), y);
 }
 
 }  // namespace
@@ -79,24 +63,28 @@ void ForwardChromaRow(const SrcImage& src, int32_t w, int32_t h, const PlaneStor
   constexpr int kShift = kV == 2 ? 16 : 15;
   constexpr int32_t kGroup = 2 * kV;
   const auto offset = hn::Set(d32, kGroup * 128 * 16384 + kGroup * 8192);
+  // A pair of pixels' chroma terms in one multiply-add per channel: (R0, R1)
+  // . (wR, wR) is wR (R0 + R1); the group sums one or two rows of them.
+  const D16 d16;
+  const auto wr = WeightPair(d16, kCbR, kCbR), wg = WeightPair(d16, -8192 - kCbR, -8192 - kCbR),
+             w8192 = WeightPair(d16, 8192, 8192), wgr = WeightPair(d16, -6860, -6860),
+             wbr = WeightPair(d16, -1332, -1332);
   for (; 2 * (cx + n) <= w; cx += n) {
-    hn::Vec<D32> sr = hn::Zero(d32), sg = sr, sb = sr;
+    hn::Vec<D32> cbSum = offset, crSum = offset;
     for (int k = 0; k < kV; ++k) {
-      hn::Vec<D8> r, g, b;
-      LoadRgb<In>(line[k == 0 ? 0 : 1] + In::kPixelBytes * 2 * cx, r, g, b);
-      if (k < rows) StoreLuma(r, g, b, luma[k] + 2 * cx);
-      sr = hn::Add(sr, PairSums(r));
-      sg = hn::Add(sg, PairSums(g));
-      sb = hn::Add(sb, PairSums(b));
+      hn::Vec<D8> r8, g8, b8;
+      LoadRgb<In>(line[k == 0 ? 0 : 1] + In::kPixelBytes * 2 * cx, r8, g8, b8);
+      const auto r = hn::PromoteTo(d16, r8), g = hn::PromoteTo(d16, g8), b = hn::PromoteTo(d16, b8);
+      if (k < rows) {
+        hn::StoreU(hn::DemoteTo(d8, ForwardOutput<14>(d16, r, g, b, Madd14(colour::kCb2764).out[0])), d8,
+                   luma[k] + 2 * cx);
+      }
+      cbSum = hn::Add(cbSum, hn::Add(hn::Add(PairDot(d16, r, wr), PairDot(d16, g, wg)), PairDot(d16, b, w8192)));
+      crSum = hn::Add(crSum, hn::Add(hn::Add(PairDot(d16, r, w8192), PairDot(d16, g, wgr)), PairDot(d16, b, wbr)));
     }
-    const auto cbSum = hn::Add(hn::Add(hn::Mul(sr, hn::Set(d32, kCbR)), hn::Mul(sg, hn::Set(d32, -8192 - kCbR))),
-                               hn::Add(hn::ShiftLeft<13>(sb), offset));
-    const auto crSum = hn::Add(hn::Add(hn::ShiftLeft<13>(sr), hn::Mul(sg, hn::Set(d32, -6860))),
-                               hn::Add(hn::Mul(sb, hn::Set(d32, -1332)), offset));
     hn::StoreU(hn::DemoteTo(D8Half(), hn::ShiftRight<kShift>(cbSum)), D8Half(), cb + cx);
     hn::StoreU(hn::DemoteTo(D8Half(), hn::ShiftRight<kShift>(crSum)), D8Half(), cr + cx);
   }
-  (void)d8;
 #endif
   colour::ForwardChromaRowFrom<kV, In, kCbR>(src, w, h, out, 2 * cx);
 }
