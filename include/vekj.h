@@ -211,11 +211,280 @@ VEKAPI VekStatus vekiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R(const Vek16s* pSrc, Ve
 
 /* ---- JPEG lossless prediction and row coding ------------------------------- */
 
-/* ---- JPEG colour conversion ------------------------------------------------ */
+/* ---- JPEG colour conversion ------------------------------------------------
+ * Whole-image conversion between RGB/BGR (3 or 4 bytes a pixel, or one
+ * little-endian 16-bit word: 555 with the first-named colour in bits 0-4, the
+ * second in 5-9, the third in 10-14 and bit 15 written 0; 565 with 5, 6 and 5
+ * bits) and JPEG YCbCr planes (chroma offset by 128), and between CMYK and
+ * YCCK. Every result is saturated to 0..255. A plane array has one step
+ * shared by its planes, except in the 4:2:2/4:1:1 functions, which take one
+ * step per plane.
+ *
+ * Checks, 4:4:4 and CMYK/YCCK: source and destination pointers or plane
+ * arrays, then each plane pointer (vekStsNullPtr); source step, destination
+ * step (vekStsBadStep); region (vekStsBadSize). YCbCrTo..._P3C4R has no step
+ * check. 4:2:2 functions, C2C3R included: pointers (a step array too),
+ * then width < 2 or height < 1 (vekStsBadSize), no step check, and
+ * vekStsDoubleSize when the width is odd. 4:1:1 functions: pointers, then width or height < 2, no step
+ * check, and vekStsDoubleSize when the width or the height is odd.
+ *
+ * Forward RGB/BGR C3P3R: the first 8*floor(w/8) columns of a row at scale
+ * 2^15,
+ *   Y = (9798 R + 19235 G + 3736 B + 16266) >> 15
+ *   Cb = (-5529 R - 10855 G + 16384 B + 4210688) >> 15
+ *   Cr = (16384 R - 13720 G - 2664 B + 4210704) >> 15
+ * the columns after them at scale 2^14,
+ *   Y = (4899 R + 9617 G + 1868 B + 8192) >> 14
+ *   Cb = (-2764 R - 5428 G + 8192 B + 2105344) >> 14
+ *   Cr = (8192 R - 6860 G - 1332 B + 2105344) >> 14.
+ * RGBToYCbCr_P3R and the 555/565 sources use the scale-2^14 formulas in every
+ * column; the C4P3R sources too, with Cb = (-2765 R - 5427 G + 8192 B +
+ * 2105344) >> 14. RGBToY/BGRToY_C3C1R: the scale-2^15 Y in every column;
+ * RGBToY_P3C1R: the scale-2^14 Y in every column. A 555 word is unpacked as
+ * (p & 31) << 3, (p & 992) >> 2, (p & 31744) >> 7; a 565 word as (p & 31) << 3,
+ * (p & 2016) >> 3, (p & 63488) >> 8 (low bits 0, no replication).
+ *
+ * Inverse (P3C3R, P3C4R, P3R, 555/565): the first 4*floor(w/4) columns at
+ * scale 2^14,
+ *   R = Y + sat16((22970 Cr - 2932015) >> 14)
+ *   G = Y + sat16((-5638 Cb - 11700 Cr + 2227566) >> 14)
+ *   B = Y + sat16((29032 Cb - 3707961) >> 14)
+ * the last w mod 4 columns at scale 2^16, with x = Cb - 128 or Cr - 128:
+ *   R = Y + ((91881 x_cr + 32768) >> 16)
+ *   G = Y + ((-22554 x_cb + 32768 - 46802 x_cr) >> 16)
+ *   B = Y + ((116130 x_cb + 32768) >> 16).
+ * The two scales differ for a few (Cb, Cr) pairs by one. Packing keeps the
+ * top 5 (or 6) bits of each saturated value. P3C4R writes aval into byte 3.
+ *
+ * YCbCr422ToRGB_C2C3R: pairs Y0 Cb Y1 Cr; the first 8*floor(w/8) pixels at
+ * scale 2^14, the rest pair by pair at scale 2^16. With an odd width the last
+ * pair is converted whole: one pixel past the region is read and written.
+ *
+ * 4:2:2 and 4:1:1 whole images: every column at scale 2^14. The forward
+ * functions sum the n = 2 (4:2:2) or 4 (4:1:1) weighted chroma sums of a
+ * group and round once: (sum + n*128*2^14 + n*2^13) >> (14 + log2 n); 4:2:2
+ * C3 sources use Cb (-2764, -5428, 8192), C4 sources and every 4:1:1 source
+ * (-2765, -5427, 8192). The inverse functions replicate each chroma sample
+ * over its 2x1 or 2x2 group and use the scale-2^14 inverse above in every
+ * column. The chroma planes are ceil(w/2) wide and, for 4:1:1, ceil(h/2)
+ * high: an odd last column or row forms its chroma from its own pixels, as
+ * if the edge were replicated.
+ *
+ * CMYK to YCCK: R' = 255 - C, G' = 255 - M, B' = 255 - Y, then in every column
+ *   Y = (19595 R' + 38470 G' + 7471 B' + 32768) >> 16
+ *   Cb = (-11059 R' - 21709 G' + 32768 B' + 8421375) >> 16
+ *   Cr = (32768 R' - 27439 G' - 5329 B' + 8421375) >> 16
+ * and K copied. YCCK to CMYK: R, G, B as the inverse above (same column
+ * split), then C = 255 - R, M = 255 - G, Y = 255 - B, K copied.
+ *
+ * Above 8192 pixels these share their rows among threads: RGB/BGRToYCbCr
+ * C3P3R, RGBToYCbCr_P3R, the three ToY functions, YCbCrToRGB/BGR_P3C3R,
+ * YCbCrToRGB_P3R, YCbCr422ToRGB_C2C3R and the four CMYK/YCCK functions. The
+ * others run on the calling thread. */
 
-/* ---- JPEG MCU-level conversion with level shift ---------------------------- */
+VEKAPI VekStatus vekiRGBToYCbCr_JPEG_8u_C3P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3], int dstStep,
+                                              VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGRToYCbCr_JPEG_8u_C3P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3], int dstStep,
+                                              VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGBToYCbCr_JPEG_8u_C4P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3], int dstStep,
+                                              VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGRToYCbCr_JPEG_8u_C4P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3], int dstStep,
+                                              VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGBToYCbCr_JPEG_8u_P3R(const Vek8u* const pSrc[3], int srcStep, Vek8u* const pDst[3],
+                                            int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const Vek16u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                    int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const Vek16u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                    int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const Vek16u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                    int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const Vek16u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                    int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGBToY_JPEG_8u_C3C1R(const Vek8u* pSrc, int srcStep, Vek8u* pDst, int dstStep,
+                                          VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGRToY_JPEG_8u_C3C1R(const Vek8u* pSrc, int srcStep, Vek8u* pDst, int dstStep,
+                                          VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGBToY_JPEG_8u_P3C1R(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep,
+                                          VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCrToRGB_JPEG_8u_P3C3R(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep,
+                                              VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCrToBGR_JPEG_8u_P3C3R(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep,
+                                              VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCrToRGB_JPEG_8u_P3C4R(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep,
+                                              VekiRoiSize roiSize, Vek8u aval);
+VEKAPI VekStatus vekiYCbCrToBGR_JPEG_8u_P3C4R(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep,
+                                              VekiRoiSize roiSize, Vek8u aval);
+VEKAPI VekStatus vekiYCbCrToRGB_JPEG_8u_P3R(const Vek8u* const pSrc[3], int srcStep, Vek8u* const pDst[3],
+                                            int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCrToRGB555_JPEG_8u16u_P3C3R(const Vek8u* const pSrc[3], int srcStep, Vek16u* pDst,
+                                                    int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCrToRGB565_JPEG_8u16u_P3C3R(const Vek8u* const pSrc[3], int srcStep, Vek16u* pDst,
+                                                    int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCrToBGR555_JPEG_8u16u_P3C3R(const Vek8u* const pSrc[3], int srcStep, Vek16u* pDst,
+                                                    int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCrToBGR565_JPEG_8u16u_P3C3R(const Vek8u* const pSrc[3], int srcStep, Vek16u* pDst,
+                                                    int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGBToYCbCr422_JPEG_8u_C3P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                 const int dstStep[3], VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGBToYCbCr422_JPEG_8u_C4P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                 const int dstStep[3], VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGRToYCbCr422_JPEG_8u_C3P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                 const int dstStep[3], VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGRToYCbCr422_JPEG_8u_C4P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                 const int dstStep[3], VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGBToYCbCr411_JPEG_8u_C3P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                 const int dstStep[3], VekiRoiSize roiSize);
+VEKAPI VekStatus vekiRGBToYCbCr411_JPEG_8u_C4P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                 const int dstStep[3], VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGRToYCbCr411_JPEG_8u_C3P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                 const int dstStep[3], VekiRoiSize roiSize);
+VEKAPI VekStatus vekiBGRToYCbCr411_JPEG_8u_C4P3R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[3],
+                                                 const int dstStep[3], VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCr422ToRGB_JPEG_8u_P3C3R(const Vek8u* const pSrc[3], const int srcStep[3],
+                                                 Vek8u* pDst, int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCr422ToRGB_JPEG_8u_P3C4R(const Vek8u* const pSrc[3], const int srcStep[3],
+                                                 Vek8u* pDst, int dstStep, VekiRoiSize roiSize, Vek8u aval);
+VEKAPI VekStatus vekiYCbCr422ToBGR_JPEG_8u_P3C3R(const Vek8u* const pSrc[3], const int srcStep[3],
+                                                 Vek8u* pDst, int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCr422ToBGR_JPEG_8u_P3C4R(const Vek8u* const pSrc[3], const int srcStep[3],
+                                                 Vek8u* pDst, int dstStep, VekiRoiSize roiSize, Vek8u aval);
+VEKAPI VekStatus vekiYCbCr411ToRGB_JPEG_8u_P3C3R(const Vek8u* const pSrc[3], const int srcStep[3],
+                                                 Vek8u* pDst, int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCr411ToRGB_JPEG_8u_P3C4R(const Vek8u* const pSrc[3], const int srcStep[3],
+                                                 Vek8u* pDst, int dstStep, VekiRoiSize roiSize, Vek8u aval);
+VEKAPI VekStatus vekiYCbCr411ToBGR_JPEG_8u_P3C3R(const Vek8u* const pSrc[3], const int srcStep[3],
+                                                 Vek8u* pDst, int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCbCr411ToBGR_JPEG_8u_P3C4R(const Vek8u* const pSrc[3], const int srcStep[3],
+                                                 Vek8u* pDst, int dstStep, VekiRoiSize roiSize, Vek8u aval);
+VEKAPI VekStatus vekiYCbCr422ToRGB_JPEG_8u_C2C3R(const Vek8u* pSrc, int srcStep, Vek8u* pDst, int dstStep,
+                                                 VekiRoiSize roiSize);
+VEKAPI VekStatus vekiCMYKToYCCK_JPEG_8u_C4P4R(const Vek8u* pSrc, int srcStep, Vek8u* const pDst[4], int dstStep,
+                                              VekiRoiSize roiSize);
+VEKAPI VekStatus vekiCMYKToYCCK_JPEG_8u_P4R(const Vek8u* const pSrc[4], int srcStep, Vek8u* const pDst[4],
+                                            int dstStep, VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCCKToCMYK_JPEG_8u_P4C4R(const Vek8u* const pSrc[4], int srcStep, Vek8u* pDst, int dstStep,
+                                              VekiRoiSize roiSize);
+VEKAPI VekStatus vekiYCCKToCMYK_JPEG_8u_P4R(const Vek8u* const pSrc[4], int srcStep, Vek8u* const pDst[4],
+                                            int dstStep, VekiRoiSize roiSize);
 
-/* ---- JPEG chroma sampling --------------------------------------------------- */
+/* ---- JPEG MCU-level conversion with level shift ----------------------------
+ * One MCU of pixels to or from level-shifted 16-bit 8x8 blocks (64 Vek16s,
+ * row by row). 4:4:4 is 8x8 pixels, one block per component; 4:2:2 is 16x8,
+ * Y (and K) in two blocks, left then right; 4:1:1 is 16x16, Y (and K) in four
+ * blocks, top-left, top-right, bottom-left, bottom-right; Cb and Cr one block
+ * each. K keeps the full resolution of Y.
+ *
+ * Checks: source (or block array) and destination (or block array) pointers
+ * (vekStsNullPtr), step (vekStsBadStep), then each block pointer of the array
+ * (vekStsNullPtr).
+ *
+ * Forward, scale 2^14, with S_Y = 4899 R + 9617 G + 1868 B,
+ * S_Cb = -2764 R - 5428 G + 8192 B, S_Cr = 8192 R - 6860 G - 1332 B:
+ *   Y = (S_Y - 2088960) >> 14, and for a group of n = 1, 2 or 4 pixels
+ *   Cb = (sum of S_Cb + n*2^13) >> (14 + log2 n), Cr likewise.
+ * Inverse, from block values y, cb, cr (chroma replicated over its group):
+ *   R = y + sat16((22970 cr + 2105344) >> 14)
+ *   G = y + sat16((-5638 cb - 11700 cr + 2105344) >> 14)
+ *   B = y + sat16((29032 cb + 2105344) >> 14), each saturated to 0..255.
+ * 555/565 words are unpacked and packed as in the colour conversion section,
+ * with the same formulas. CMYK/YCCK use R' = 255 - C, G' = 255 - M,
+ * B' = 255 - Y with the same formulas, and K - 128 (forward) or
+ * sat8(k + 128) (inverse); the inverse writes C = 255 - R, M = 255 - G,
+ * Y = 255 - B. */
+
+VEKAPI VekStatus vekiRGBToYCbCr444LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGRToYCbCr444LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiRGBToYCbCr422LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGRToYCbCr422LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiRGBToYCbCr411LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGRToYCbCr411LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGR555ToYCbCr444LS_MCU_16u16s_C3P3R(const Vek16u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGR565ToYCbCr444LS_MCU_16u16s_C3P3R(const Vek16u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGR555ToYCbCr422LS_MCU_16u16s_C3P3R(const Vek16u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGR565ToYCbCr422LS_MCU_16u16s_C3P3R(const Vek16u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGR555ToYCbCr411LS_MCU_16u16s_C3P3R(const Vek16u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiBGR565ToYCbCr411LS_MCU_16u16s_C3P3R(const Vek16u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiCMYKToYCCK444LS_MCU_8u16s_C4P4R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[4]);
+VEKAPI VekStatus vekiCMYKToYCCK422LS_MCU_8u16s_C4P4R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[4]);
+VEKAPI VekStatus vekiCMYKToYCCK411LS_MCU_8u16s_C4P4R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[4]);
+VEKAPI VekStatus vekiYCbCr444ToRGBLS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr444ToBGRLS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr422ToRGBLS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr422ToBGRLS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr411ToRGBLS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr411ToBGRLS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr444ToBGR555LS_MCU_16s16u_P3C3R(const Vek16s* const pSrcMCU[3], Vek16u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr444ToBGR565LS_MCU_16s16u_P3C3R(const Vek16s* const pSrcMCU[3], Vek16u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr422ToBGR555LS_MCU_16s16u_P3C3R(const Vek16s* const pSrcMCU[3], Vek16u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr422ToBGR565LS_MCU_16s16u_P3C3R(const Vek16s* const pSrcMCU[3], Vek16u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr411ToBGR555LS_MCU_16s16u_P3C3R(const Vek16s* const pSrcMCU[3], Vek16u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCbCr411ToBGR565LS_MCU_16s16u_P3C3R(const Vek16s* const pSrcMCU[3], Vek16u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCCK444ToCMYKLS_MCU_16s8u_P4C4R(const Vek16s* const pSrcMCU[4], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCCK422ToCMYKLS_MCU_16s8u_P4C4R(const Vek16s* const pSrcMCU[4], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiYCCK411ToCMYKLS_MCU_16s8u_P4C4R(const Vek16s* const pSrcMCU[4], Vek8u* pDst, int dstStep);
+
+/* ---- JPEG chroma sampling ---------------------------------------------------
+ * Whole planes: checks source pointer, source step, source region,
+ * destination pointer, destination step, destination region, in that order.
+ *   SampleDownH2V1: out[k] = (in[2k] + in[2k+1] + 1) >> 1
+ *   SampleDownH2V2: out[k] = (a[2k] + a[2k+1] + b[2k] + b[2k+1] + 3) >> 2
+ *     (a, b = source rows 2r, 2r+1). The destination region is filled; a
+ *     source column or row beyond the source region is read as the last one
+ *     inside it.
+ *   SampleUpH2V1 / SampleUpH2V2: the triangle rules of the row functions, with
+ *     w = source width, into the first min(destination width, 2w) columns of
+ *     the first min(destination height, source height) (H2V1) or
+ *     min(destination height, 2 * source height) (H2V2) rows. H2V2 row r takes
+ *     source row r/2 as the nearer row and the row one source step above (r
+ *     even) or below (r odd) as the farther: the caller provides the context
+ *     rows above the first and below the last source row.
+ *   DownH2V1, DownH2V2 and UpH2V2 share their rows among threads above 8192
+ *   destination pixels; UpH2V1 runs on the calling thread.
+ *
+ * Rows: checks the pointers (vekStsNullPtr), then width < 1 (vekStsBadSize).
+ *   DownRowH2V1_Box: out[k] = (in[2k] + in[2k+1] + (k & 1)) >> 1
+ *   DownRowH2V2_Box: out[k] = (a[2k] + a[2k+1] + b[2k] + b[2k+1] + 1 + (k & 1)) >> 2
+ *     for k < ceil(w/2): an odd width also reads in[w].
+ *   UpRowH2V1_Triangle (2w outputs): out[0] = in[0],
+ *     out[2k] = (3 in[k] + in[k-1] + 1) >> 2, out[2k+1] = (3 in[k] + in[k+1] + 2) >> 2,
+ *     out[2w-1] = in[w-1].
+ *   UpRowH2V2_Triangle (a nearer, b farther, c[k] = 3 a[k] + b[k]):
+ *     out[0] = (4 c[0] + 8) >> 4, out[2k] = (3 c[k] + c[k-1] + 8) >> 4,
+ *     out[2k+1] = (3 c[k] + c[k+1] + 7) >> 4, out[2w-1] = (4 c[w-1] + 7) >> 4.
+ *   The triangle rows want w >= 2; w = 1 gives the two end rules only.
+ *
+ * MCU functions (block layout as in the MCU-level conversion section):
+ *   SampleDown: value - 128; 4:2:2 chroma (s0 + s1 - 256) >> 1, 4:1:1 chroma
+ *   (sum of 4 - 512) >> 2 (floor, no rounding). SampleUp and Join422:
+ *   sat8(v + 128), chroma replicated. Split422/Join422: pairs Y0 Cb Y1 Cr of a
+ *   16x8 MCU, Y in the two 4:2:2 blocks.
+ *   Checks: SampleDown and Split422: source or block array (vekStsNullPtr),
+ *   step (vekStsBadStep), each block pointer (vekStsNullPtr). SampleUp and
+ *   Join422: the block array, each block pointer and the destination
+ *   (vekStsNullPtr), then the step (vekStsBadStep). */
+
+VEKAPI VekStatus vekiSampleDownH2V1_JPEG_8u_C1R(const Vek8u* pSrc, int srcStep, VekiRoiSize srcSize, Vek8u* pDst,
+                                                int dstStep, VekiRoiSize dstSize);
+VEKAPI VekStatus vekiSampleDownH2V2_JPEG_8u_C1R(const Vek8u* pSrc, int srcStep, VekiRoiSize srcSize, Vek8u* pDst,
+                                                int dstStep, VekiRoiSize dstSize);
+VEKAPI VekStatus vekiSampleUpH2V1_JPEG_8u_C1R(const Vek8u* pSrc, int srcStep, VekiRoiSize srcSize, Vek8u* pDst,
+                                              int dstStep, VekiRoiSize dstSize);
+VEKAPI VekStatus vekiSampleUpH2V2_JPEG_8u_C1R(const Vek8u* pSrc, int srcStep, VekiRoiSize srcSize, Vek8u* pDst,
+                                              int dstStep, VekiRoiSize dstSize);
+VEKAPI VekStatus vekiSampleDownRowH2V1_Box_JPEG_8u_C1(const Vek8u* pSrc, int srcWidth, Vek8u* pDst);
+VEKAPI VekStatus vekiSampleDownRowH2V2_Box_JPEG_8u_C1(const Vek8u* pSrc1, const Vek8u* pSrc2, int srcWidth,
+                                                      Vek8u* pDst);
+VEKAPI VekStatus vekiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const Vek8u* pSrc, int srcWidth, Vek8u* pDst);
+VEKAPI VekStatus vekiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const Vek8u* pSrc1, const Vek8u* pSrc2, int srcWidth,
+                                                         Vek8u* pDst);
+VEKAPI VekStatus vekiSampleDown444LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiSampleDown422LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiSampleDown411LS_MCU_8u16s_C3P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiSampleUp444LS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiSampleUp422LS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiSampleUp411LS_MCU_16s8u_P3C3R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
+VEKAPI VekStatus vekiSplit422LS_MCU_8u16s_C2P3R(const Vek8u* pSrc, int srcStep, Vek16s* const pDstMCU[3]);
+VEKAPI VekStatus vekiJoin422LS_MCU_16s8u_P3C2R(const Vek16s* const pSrcMCU[3], Vek8u* pDst, int dstStep);
 
 #ifdef __cplusplus
 }
