@@ -1,0 +1,365 @@
+// The JPEG entropy-coded bit stream shared by every Huffman coder: values
+// and their categories, the bit writers (byte-stuffed through an encoder
+// state, or raw at a bit position) and the bit readers (byte-stuffed with
+// marker detection through a decoder state, or raw), and the symbol decoder.
+//
+// Writers and readers work on local copies of the position and state and
+// store them back in Finish(), which every coder calls on every exit.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "jpeg/huffman_records.h"
+#include "vekj.h"
+
+namespace vek {
+
+inline constexpr uint32_t LowMask(int n) { return (uint32_t{1} << n) - 1; }  // n < 32
+
+// The magnitude category (JPEG SSSS) of v: the number of bits of |v|.
+inline int Category(int32_t v) { return std::bit_width(static_cast<uint32_t>(v < 0 ? -v : v)); }
+
+// The bits sent after a category's code: v, or v - 1 when v is negative,
+// cut to `category` low bits.
+inline uint32_t ExtraBits(int32_t v, int category) {
+  return static_cast<uint32_t>(v < 0 ? v - 1 : v) & LowMask(category);
+}
+
+// The value of `category` received bits (1..15): a top bit of 0 means negative.
+inline int32_t Extend(uint32_t bits, int category) {
+  const int32_t v = static_cast<int32_t>(bits);
+  return bits >> (category - 1) ? v : v - static_cast<int32_t>(LowMask(category));
+}
+
+// 16-bit wrap-around arithmetic on coefficients, stated as such.
+inline int16_t Wrap16(int32_t v) { return static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(v))); }
+inline int16_t ShiftLeft16(int32_t v, int shift) { return Wrap16(static_cast<int32_t>(static_cast<uint32_t>(v) << shift)); }
+
+inline bool HasByteFF(uint32_t w) {
+  const uint32_t inverted = ~w;  // a 0xFF byte of w is a zero byte here
+  return ((inverted - 0x01010101u) & ~inverted & 0x80808080u) != 0;
+}
+
+inline uint32_t LoadBigEndian32(const uint8_t* p) {
+  return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | uint32_t{p[3]};
+}
+
+inline uint32_t CodeLength(uint32_t entry) { return entry >> 16; }
+inline uint32_t CodeBits(uint32_t entry) { return entry & 0xFFFF; }
+
+// Room that any one block coder call (or a chunk of a lossless row) needs at
+// most, stuffing and a pending end-of-band run with 1024 correction bits
+// included; with this much left the fast writer cannot run out.
+inline constexpr int32_t kFastWriterRoom = 1024;
+
+// The stated writer: each put stores its whole bytes at once, stuffing a
+// 0x00 after every 0xFF. A put that runs out of room keeps the bytes it
+// stored and the advanced position, and leaves the bit buffer as it was.
+class StuffingWriter {
+ public:
+  StuffingWriter(uint8_t* dst, int32_t length, int32_t* pos, EncodeHuffmanState* state)
+      : dst_(dst), length_(length), pos_(pos), state_(state) {}
+
+  VekStatus Put(uint32_t bits, int length) {
+    if (length == 0) return vekStsJPEGBadTable;
+    int n = state_->count + length;
+    uint32_t buffer = state_->bits | (bits & LowMask(length)) << (24 - n);
+    int32_t p = *pos_;
+    for (; n >= 8; n -= 8) {
+      const uint8_t byte = static_cast<uint8_t>(buffer >> 16);
+      if (!StoreByte(p, byte) || (byte == 0xFF && !StoreByte(p, 0))) {
+        *pos_ = p;
+        return vekStsJPEGOutOfBuffer;
+      }
+      buffer = (buffer << 8) & 0xFFFFFF;
+    }
+    *pos_ = p;
+    state_->bits = buffer;
+    state_->count = n;
+    return vekStsOk;
+  }
+
+  VekStatus PutCode(uint32_t entry, uint32_t extra, int extraLength) {
+    if (VekStatus st = Put(CodeBits(entry), static_cast<int>(CodeLength(entry)))) return st;
+    return extraLength ? Put(extra, extraLength) : vekStsOk;
+  }
+
+  void Finish() {}
+
+ private:
+  bool StoreByte(int32_t& p, uint8_t byte) {
+    if (p >= length_) return false;
+    dst_[p++] = byte;
+    return true;
+  }
+
+  uint8_t* dst_;
+  int32_t length_;
+  int32_t* pos_;
+  EncodeHuffmanState* state_;
+};
+
+// The same bytes, position and state as StuffingWriter, gathered 32 bits at
+// a time; only for calls that have kFastWriterRoom bytes left.
+class FastStuffingWriter {
+ public:
+  FastStuffingWriter(uint8_t* dst, int32_t* pos, EncodeHuffmanState* state)
+      : begin_(dst), out_(dst + *pos), pos_(pos), state_(state), nbits_(state->count),
+        acc_(state->bits >> (24 - state->count)) {}
+
+  VekStatus Put(uint32_t bits, int length) {
+    if (length == 0) return vekStsJPEGBadTable;
+    Append(bits & LowMask(length), length);
+    return vekStsOk;
+  }
+
+  VekStatus PutCode(uint32_t entry, uint32_t extra, int extraLength) {
+    const int length = static_cast<int>(CodeLength(entry));
+    if (length == 0) return vekStsJPEGBadTable;
+    acc_ = acc_ << length | CodeBits(entry);
+    acc_ = acc_ << extraLength | (extra & LowMask(extraLength));
+    nbits_ += length + extraLength;
+    if (nbits_ >= 32) EmitWord();
+    return vekStsOk;
+  }
+
+  // Stores the whole bytes; the rest (below 8 bits) goes back to the state.
+  void Finish() {
+    for (; nbits_ >= 8; nbits_ -= 8) EmitByte(static_cast<uint8_t>(acc_ >> (nbits_ - 8)));
+    state_->bits = (static_cast<uint32_t>(acc_) & LowMask(nbits_)) << (24 - nbits_);
+    state_->count = nbits_;
+    *pos_ = static_cast<int32_t>(out_ - begin_);
+  }
+
+ private:
+  void Append(uint32_t bits, int length) {
+    acc_ = acc_ << length | bits;
+    nbits_ += length;
+    if (nbits_ >= 32) EmitWord();
+  }
+
+  void EmitWord() {
+    nbits_ -= 32;
+    const uint32_t word = static_cast<uint32_t>(acc_ >> nbits_);
+    if (!HasByteFF(word)) {
+      const uint32_t big = __builtin_bswap32(word);
+      std::memcpy(out_, &big, 4);
+      out_ += 4;
+      return;
+    }
+    for (int shift = 24; shift >= 0; shift -= 8) EmitByte(static_cast<uint8_t>(word >> shift));
+  }
+
+  void EmitByte(uint8_t byte) {
+    *out_++ = byte;
+    if (byte == 0xFF) *out_++ = 0;
+  }
+
+  uint8_t* begin_;
+  uint8_t* out_;
+  int32_t* pos_;
+  EncodeHuffmanState* state_;
+  int nbits_;      // pending bits in the low end of acc_
+  uint64_t acc_;
+};
+
+// Writes bits at a bit position, most significant first, without stuffing;
+// each put clears the rest of the last byte it touches. A put that does not
+// fit writes nothing.
+class RawBitWriter {
+ public:
+  RawBitWriter(uint8_t* dst, int32_t length, int32_t* bitPos)
+      : dst_(dst), limit_(int64_t{length} * 8), bitPos_(bitPos), pos_(*bitPos) {}
+
+  VekStatus Put(uint32_t bits, int length) {
+    if (length == 0) return vekStsJPEGBadTable;
+    if (pos_ + length > limit_) return vekStsJPEGOutOfBuffer;
+    for (int left = length; left > 0;) {
+      const int offset = static_cast<int>(pos_ & 7);
+      const int take = std::min(8 - offset, left);
+      const uint32_t chunk = (bits >> (left - take)) & LowMask(take);
+      uint8_t& byte = dst_[pos_ >> 3];
+      const uint32_t kept = offset ? byte & ~LowMask(8 - offset) : 0;
+      byte = static_cast<uint8_t>(kept | chunk << (8 - offset - take));
+      pos_ += take;
+      left -= take;
+    }
+    *bitPos_ = static_cast<int32_t>(pos_);
+    return vekStsOk;
+  }
+
+  VekStatus PutCode(uint32_t entry, uint32_t extra, int extraLength) {
+    if (VekStatus st = Put(CodeBits(entry), static_cast<int>(CodeLength(entry)))) return st;
+    return extraLength ? Put(extra, extraLength) : vekStsOk;
+  }
+
+  void Finish() {}
+
+ private:
+  uint8_t* dst_;
+  int64_t limit_;
+  int32_t* bitPos_;
+  int64_t pos_;
+};
+
+// Reads byte-stuffed data through a decoder state. Fill reads bytes until
+// more than 24 bits are held, stops at a marker (stored in *marker, nothing
+// read after it) and at the end of the source.
+class StuffedBitReader {
+ public:
+  StuffedBitReader(const uint8_t* src, int32_t length, int32_t* pos, int* marker, DecodeHuffmanState* state)
+      : src_(src), length_(length), posOut_(pos), marker_(marker), state_(state), pos_(*pos),
+        bits_(state->bits), count_(state->count) {}
+
+  int Held() const { return count_; }
+  uint32_t Peek(int n) const { return (bits_ >> (count_ - n)) & LowMask(n); }  // 1 <= n <= Held()
+  void Skip(int n) { count_ -= n; }
+  VekStatus Need(int n) { return count_ >= n ? vekStsOk : Fill(n); }
+
+  // Fills; the status says whether `needed` bits are then held.
+  VekStatus Fill(int needed) {
+    if (*marker_ != 0) return count_ >= needed ? vekStsOk : vekStsJPEGBadData;
+    while (count_ <= 24) {
+      if (FillWithoutFF()) break;
+      if (pos_ >= length_) return count_ >= needed ? vekStsOk : vekStsJPEGOutOfBuffer;
+      const uint8_t byte = src_[pos_];
+      if (byte != 0xFF) {
+        Append(byte);
+        ++pos_;
+        continue;
+      }
+      int32_t next = pos_ + 1;
+      while (next < length_ && src_[next] == 0xFF) ++next;  // fill bytes
+      if (next >= length_) return vekStsJPEGOutOfBuffer;
+      if (src_[next] == 0) {
+        Append(0xFF);
+        pos_ = next + 1;
+        continue;
+      }
+      *marker_ = src_[next];
+      pos_ = next + 1;
+      return count_ >= needed ? vekStsOk : vekStsJPEGBadData;
+    }
+    return vekStsOk;
+  }
+
+  void Finish() {
+    *posOut_ = pos_;
+    state_->bits = bits_;
+    state_->count = count_;
+  }
+
+ private:
+  void Append(uint8_t byte) {
+    bits_ = bits_ << 8 | byte;
+    count_ += 8;
+  }
+
+  // Takes every byte this fill needs at once when none of them is 0xFF.
+  bool FillWithoutFF() {
+    if (length_ - pos_ < 4) return false;
+    const int take = (32 - count_) >> 3;
+    const uint32_t word = LoadBigEndian32(src_ + pos_);
+    const int dropped = 32 - 8 * take;
+    if (HasByteFF(take == 4 ? word : word & ~LowMask(dropped))) return false;
+    bits_ = take == 4 ? word : bits_ << (8 * take) | word >> dropped;
+    count_ += 8 * take;
+    pos_ += take;
+    return true;
+  }
+
+  const uint8_t* src_;
+  int32_t length_;
+  int32_t* posOut_;
+  int* marker_;
+  DecodeHuffmanState* state_;
+  int32_t pos_;
+  uint32_t bits_;
+  int count_;
+};
+
+// Reads raw bits at a bit position; the end of the source ends the data.
+class RawBitReader {
+ public:
+  RawBitReader(const uint8_t* src, int32_t length, int32_t* bitPos)
+      : src_(src), limit_(int64_t{length} * 8), bitPosOut_(bitPos), pos_(*bitPos) {}
+
+  int Held() const { return static_cast<int>(std::clamp<int64_t>(limit_ - pos_, 0, 32)); }
+  uint32_t Peek(int n) const {
+    uint32_t bits = 0;
+    for (int64_t p = pos_; p < pos_ + n; ++p) bits = bits << 1 | ((src_[p >> 3] >> (7 - (p & 7))) & 1u);
+    return bits;
+  }
+  void Skip(int n) { pos_ += n; }
+  VekStatus Need(int n) const { return Held() >= n ? vekStsOk : vekStsJPEGOutOfBuffer; }
+  VekStatus Fill(int needed) const { return Need(needed); }
+  void Finish() { *bitPosOut_ = static_cast<int32_t>(pos_); }
+
+ private:
+  const uint8_t* src_;
+  int64_t limit_;
+  int32_t* bitPosOut_;
+  int64_t pos_;
+};
+
+template <class Reader>
+VekStatus ReceiveBits(Reader& reader, int n, uint32_t& bits) {
+  bits = 0;
+  if (n == 0) return vekStsOk;
+  if (VekStatus st = reader.Need(n)) return st;
+  bits = reader.Peek(n);
+  reader.Skip(n);
+  return vekStsOk;
+}
+
+// Receives `category` (1..15) bits and extends them to a value.
+template <class Reader>
+VekStatus ReceiveValue(Reader& reader, int category, int32_t& value) {
+  uint32_t bits = 0;
+  if (VekStatus st = ReceiveBits(reader, category, bits)) return st;
+  value = Extend(bits, category);
+  return vekStsOk;
+}
+
+inline bool CodeEndsAt(const DecodeHuffmanSpec& table, uint32_t code, int length) {
+  const int16_t largest = table.maxCode[length];
+  return largest != -1 && code <= static_cast<uint16_t>(largest);
+}
+
+// Codes longer than the fast lookup, bit by bit from `length` on; no match
+// within 16 bits gives symbol 0 and vekStsJPEGBadData after a 17th bit.
+template <class Reader>
+VekStatus DecodeLongSymbol(Reader& reader, const DecodeHuffmanSpec& table, int length, int& symbol) {
+  uint32_t code = 0;
+  if (VekStatus st = ReceiveBits(reader, length, code)) return st;
+  while (length <= 16 && !CodeEndsAt(table, code, length)) {
+    uint32_t bit = 0;
+    if (VekStatus st = ReceiveBits(reader, 1, bit)) return st;
+    code = code << 1 | bit;
+    ++length;
+  }
+  symbol = 0;
+  if (length > 16) return vekStsJPEGBadData;
+  const uint32_t index = table.firstIndex[length] + code - table.minCode[length];
+  if (index > 255) return vekStsJPEGBadData;
+  symbol = table.symbols[index];
+  return vekStsOk;
+}
+
+template <class Reader>
+inline VekStatus DecodeSymbol(Reader& reader, const DecodeHuffmanSpec& table, int& symbol) {
+  if (reader.Held() < 8) {
+    if (VekStatus st = reader.Fill(0)) return st;
+    if (reader.Held() < 8) return DecodeLongSymbol(reader, table, 1, symbol);
+  }
+  const uint16_t* entry = table.fast[reader.Peek(8)];
+  if (entry[1] == 0) return DecodeLongSymbol(reader, table, 9, symbol);
+  reader.Skip(entry[1]);
+  symbol = entry[0];
+  return vekStsOk;
+}
+
+}  // namespace vek
