@@ -360,6 +360,10 @@ VEKAPI VekStatus vekiGetHuffmanStatisticsOne_JPEG_16s_C1(const Vek16s* pSrc, Vek
  * Ra, Rb, Rc, Ra + Rb - Rc, Ra + ((Rb - Rc) >> 1), Rb + ((Ra - Rc) >> 1),
  * (Ra + Rb) >> 1, the halved sums exact in 32 bits and shifted
  * arithmetically. Reconstruction is the exact inverse, left to right.
+ * Samples are signed: 16-bit samples of 32768 or more enter predictors 5 to
+ * 7 as negative values, which matches T.81's unsigned arithmetic only below
+ * 32768 (samples offset by -32768 keep every difference T.81's, except the
+ * first sample's, whose start value the caller then offsets itself).
  * Checks: source, previous row, destination null -> NullPtr; width < 1 ->
  * BadSize; predictor outside 1..7 -> BadArg.
  *

@@ -63,7 +63,7 @@ VekStatus impl::vekiEncodeHuffman8x8_JPEG_16s1u_C1(const Vek16s* pSrc, Vek8u* pD
                                                    int bFlushState) {
   if (VekStatus st = CheckEncoderOutput(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return st;
   if (bFlushState) return FlushBits(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
-  if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pLastDC).Ptr(pDcTable).Ptr(pAcTable).Arg(*pDstCurrPos >= 0)) return st;
+  if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pLastDC).Ptr(pDcTable).Ptr(pAcTable).Position(pDstCurrPos)) return st;
   return WithStuffingWriter(pDst, dstLenBytes, pDstCurrPos, pEncHuffState, [&](auto& writer) -> VekStatus {
     CodeSink sink(writer, pDcTable, pAcTable);
     return CodeBlock(sink, pSrc, *pLastDC);
@@ -75,7 +75,7 @@ VekStatus impl::vekiDecodeHuffman8x8_JPEG_1u16s_C1(const Vek8u* pSrc, int srcLen
                                                    const DecodeHuffmanSpec* pAcTable,
                                                    DecodeHuffmanState* pDecHuffState) {
   if (VekStatus st = ArgCheck().Ptr(pSrc).Arg(srcLenBytes >= 0).Ptr(pSrcCurrPos).Ptr(pDst).Ptr(pLastDC).Ptr(pMarker)
-                         .Ptr(pDcTable).Ptr(pAcTable).Ptr(pDecHuffState).Arg(*pSrcCurrPos >= 0)) {
+                         .Ptr(pDcTable).Ptr(pAcTable).Ptr(pDecHuffState).Position(pSrcCurrPos)) {
     return st;
   }
   return WithStuffedReader(pSrc, srcLenBytes, pSrcCurrPos, pMarker, pDecHuffState, [&](auto& reader) -> VekStatus {
@@ -88,7 +88,7 @@ VekStatus impl::vekiEncodeHuffmanOne_JPEG_16s1u_C1(const Vek16s* pSrc, Vek8u* pD
                                                    EncodeHuffmanState* pEncHuffState, int bFlushState) {
   if (VekStatus st = CheckEncoderOutput(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return st;
   if (bFlushState) return FlushBits(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
-  if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pEncHuffTable).Arg(*pDstCurrPos >= 0)) return st;
+  if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pEncHuffTable).Position(pDstCurrPos)) return st;
   StuffingWriter writer(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
   return CodeValue(writer, *pEncHuffTable, *pSrc);
 }
@@ -97,7 +97,7 @@ VekStatus impl::vekiDecodeHuffmanOne_JPEG_1u16s_C1(const Vek8u* pSrc, int srcLen
                                                    int* pMarker, const DecodeHuffmanSpec* pDecHuffTable,
                                                    DecodeHuffmanState* pDecHuffState) {
   if (VekStatus st = ArgCheck().Ptr(pSrc).Size(srcLenBytes >= 1).Ptr(pSrcCurrPos).Ptr(pDst).Ptr(pMarker)
-                         .Ptr(pDecHuffTable).Ptr(pDecHuffState).Arg(*pSrcCurrPos >= 0)) {
+                         .Ptr(pDecHuffTable).Ptr(pDecHuffState).Position(pSrcCurrPos)) {
     return st;
   }
   return WithStuffedReader(pSrc, srcLenBytes, pSrcCurrPos, pMarker, pDecHuffState,
@@ -109,7 +109,7 @@ VekStatus impl::vekiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const Vek16s* pSrc, Ve
                                                           const EncodeHuffmanSpec* pDcTable,
                                                           const EncodeHuffmanSpec* pAcTable) {
   if (VekStatus st = ArgCheck().Ptr(pDst).Size(dstLenBytes >= 1).Ptr(pDstBitPos).Ptr(pSrc).Ptr(pLastDC)
-                         .Ptr(pDcTable).Ptr(pAcTable).Arg(*pDstBitPos >= 0)) {
+                         .Ptr(pDcTable).Ptr(pAcTable).Position(pDstBitPos)) {
     return st;
   }
   RawBitWriter writer(pDst, dstLenBytes, pDstBitPos);
@@ -122,7 +122,7 @@ VekStatus impl::vekiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vek8u* pSrc, int
                                                           const DecodeHuffmanSpec* pDcTable,
                                                           const DecodeHuffmanSpec* pAcTable) {
   if (VekStatus st = ArgCheck().Ptr(pSrc).Arg(srcLenBytes >= 0).Ptr(pSrcBitPos).Ptr(pDst).Ptr(pLastDC)
-                         .Ptr(pDcTable).Ptr(pAcTable).Arg(*pSrcBitPos >= 0)) {
+                         .Ptr(pDcTable).Ptr(pAcTable).Position(pSrcBitPos)) {
     return st;
   }
   RawBitReader reader(pSrc, srcLenBytes, pSrcBitPos);

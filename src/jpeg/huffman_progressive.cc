@@ -121,7 +121,7 @@ VekStatus EncodeAc(const Vek16s* src, Vek8u* dst, int length, int* pos, int ss, 
     }
     return FlushBits(dst, length, pos, state);
   }
-  if (VekStatus st = ArgCheck().Ptr(src).Arg(IsAcBand(ss, se, al)).Arg(*pos >= 0)) return st;
+  if (VekStatus st = ArgCheck().Ptr(src).Arg(IsAcBand(ss, se, al)).Position(pos)) return st;
   return WithStuffingWriter(dst, length, pos, state, [&](auto& writer) -> VekStatus {
     CodeSink sink(writer, nullptr, table);
     return walk(sink, *state, src, ss, se, al);
@@ -132,7 +132,7 @@ template <class Decode>
 VekStatus DecodeAc(const Vek8u* src, int length, int* pos, Vek16s* block, int* marker, int ss, int se, int al,
                    const DecodeHuffmanSpec* table, DecodeHuffmanState* state, const Decode& decode) {
   if (VekStatus st = ArgCheck().Ptr(src).Size(length >= 1).Ptr(pos).Ptr(block).Ptr(marker)
-                         .Arg(IsAcBand(ss, se, al)).Ptr(table).Ptr(state).Arg(*pos >= 0)) {
+                         .Arg(IsAcBand(ss, se, al)).Ptr(table).Ptr(state).Position(pos)) {
     return st;
   }
   return WithStuffedReader(src, length, pos, marker, state, [&](auto& reader) -> VekStatus {
@@ -149,7 +149,7 @@ VekStatus impl::vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(const Vek16s* pSrc, V
   if (VekStatus st = CheckEncoderOutput(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return st;
   if (bFlushState) return FlushBits(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
   if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pLastDC).Arg(IsPointTransform(Al)).Ptr(pDcTable)
-                         .Arg(*pDstCurrPos >= 0)) {
+                         .Position(pDstCurrPos)) {
     return st;
   }
   StuffingWriter writer(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
@@ -162,7 +162,7 @@ VekStatus impl::vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(const Vek16s* pSrc, 
                                                             EncodeHuffmanState* pEncHuffState, int bFlushState) {
   if (VekStatus st = CheckEncoderOutput(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return st;
   if (bFlushState) return FlushBits(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
-  if (VekStatus st = ArgCheck().Ptr(pSrc).Arg(IsPointTransform(Al)).Arg(*pDstCurrPos >= 0)) return st;
+  if (VekStatus st = ArgCheck().Ptr(pSrc).Arg(IsPointTransform(Al)).Position(pDstCurrPos)) return st;
   StuffingWriter writer(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
   return writer.Put(static_cast<uint32_t>(static_cast<uint16_t>(pSrc[0]) >> Al) & 1u, 1);
 }
@@ -189,7 +189,7 @@ VekStatus impl::vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(const Vek8u* pSrc, in
                                                            DecodeHuffmanState* pDecHuffState) {
   if (VekStatus st = ArgCheck().Ptr(pSrc).Size(srcLenBytes >= 1).Ptr(pSrcCurrPos).Ptr(pDst).Ptr(pLastDC)
                          .Ptr(pMarker).Arg(IsPointTransform(Al)).Ptr(pDcTable).Ptr(pDecHuffState)
-                         .Arg(*pSrcCurrPos >= 0)) {
+                         .Position(pSrcCurrPos)) {
     return st;
   }
   return WithStuffedReader(pSrc, srcLenBytes, pSrcCurrPos, pMarker, pDecHuffState, [&](auto& reader) -> VekStatus {
@@ -209,7 +209,7 @@ VekStatus impl::vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(const Vek8u* pSrc, i
                                                             Vek16s* pDst, int* pMarker, int Al,
                                                             DecodeHuffmanState* pDecHuffState) {
   if (VekStatus st = ArgCheck().Ptr(pSrc).Size(srcLenBytes >= 1).Ptr(pSrcCurrPos).Ptr(pDst).Ptr(pMarker)
-                         .Arg(IsPointTransform(Al)).Ptr(pDecHuffState).Arg(*pSrcCurrPos >= 0)) {
+                         .Arg(IsPointTransform(Al)).Ptr(pDecHuffState).Position(pSrcCurrPos)) {
     return st;
   }
   return WithStuffedReader(pSrc, srcLenBytes, pSrcCurrPos, pMarker, pDecHuffState, [&](auto& reader) -> VekStatus {

@@ -61,9 +61,10 @@ ArgCheck CheckRow(const void* src, const void* prev, const void* dst, int width,
   return check;
 }
 
-// Each of the first min(count, 4) rows and tables.
+// Each of the first min(count, 4) rows and tables, once the arrays passed.
 template <class Row, class Table>
 ArgCheck& CheckComponents(ArgCheck& check, Row const* rows, Table const* tables, int count) {
+  if (check != vekStsOk) return check;
   for (int c = 0; c < std::min(count, 4); ++c) check.Ptr(rows[c]).Ptr(tables[c]);
   return check;
 }
@@ -110,7 +111,7 @@ VekStatus impl::vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(const Vek16s* const pSrc[4]
   if (bFlushState) return FlushBits(pDst, nDstLenBytes, pDstCurrPos, pEncHuffState);
   ArgCheck check;
   check.Ptr(pSrc).Size(width >= 1 && nComps >= 1).Ptr(pEncHuffTable);
-  if (VekStatus st = CheckComponents(check, pSrc, pEncHuffTable, nComps).Arg(*pDstCurrPos >= 0)) return st;
+  if (VekStatus st = CheckComponents(check, pSrc, pEncHuffTable, nComps).Position(pDstCurrPos)) return st;
   const int components = std::min(nComps, 4);
   for (int32_t first = 0; first < width; first += kRowChunk) {
     const int32_t last = std::min(width, first + kRowChunk);
@@ -134,7 +135,7 @@ VekStatus impl::vekiDecodeHuffmanRow_JPEG_1u16s_C1P4(const Vek8u* pSrc, int nSrc
   ArgCheck check;
   check.Ptr(pSrc).Size(nSrcLenBytes >= 1).Ptr(pSrcCurrPos).Ptr(pDst).Size(width >= 1 && nComps >= 1).Ptr(pMarker)
       .Ptr(pDecHuffTable).Ptr(pDecHuffState);
-  if (VekStatus st = CheckComponents(check, pDst, pDecHuffTable, nComps).Arg(*pSrcCurrPos >= 0)) return st;
+  if (VekStatus st = CheckComponents(check, pDst, pDecHuffTable, nComps).Position(pSrcCurrPos)) return st;
   const int components = std::min(nComps, 4);
   return WithStuffedReader(pSrc, nSrcLenBytes, pSrcCurrPos, pMarker, pDecHuffState, [&](auto& reader) -> VekStatus {
     for (int32_t i = 0; i < width; ++i) {

@@ -183,6 +183,8 @@ void JpegWriter::Segment(int code, const std::vector<uint8_t>& body) {
   out_.insert(out_.end(), body.begin(), body.end());
 }
 
+void JpegWriter::AdobeNoColourTransform() { Segment(0xEE, {'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0}); }
+
 void JpegWriter::QuantTable(int id, const std::array<uint16_t, 64>& zigzagValues) {
   bool wide = false;
   for (uint16_t q : zigzagValues) wide |= q > 255;

@@ -59,6 +59,8 @@ JpegFile ParseJpeg(const std::vector<uint8_t>& bytes);
 class JpegWriter {
  public:
   JpegWriter();  // SOI
+  // An Adobe APP14 segment saying that three components are not YCbCr.
+  void AdobeNoColourTransform();
   void QuantTable(int id, const std::array<uint16_t, 64>& zigzagValues);
   void Frame(const JpegFrame& frame);
   void HuffmanTable(int tableClass, int id, const JpegHuffmanTable& table);  // class 0 DC, 1 AC

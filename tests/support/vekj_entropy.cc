@@ -456,6 +456,7 @@ std::vector<uint8_t> EncodeLosslessWithVekj(const LosslessImage& image) {
         "EncodeHuffmanRow flush");
   scan.data.assign(out.begin(), out.begin() + pos);
   JpegWriter writer;
+  if (n == 3) writer.AdobeNoColourTransform();
   writer.Frame(frame);
   for (int c = 0; c < n; ++c) writer.HuffmanTable(0, c, *scan.dc[static_cast<std::size_t>(c)]);
   writer.Scan(frame, scan);
