@@ -9,6 +9,9 @@
 #include <jpeglib.h>
 // clang-format on
 
+// Exported by libjpeg-turbo but declared only in its private jchuff.h.
+extern "C" void jpeg_gen_optimal_table(j_compress_ptr cinfo, JHUFF_TBL* htbl, long freq[]);
+
 namespace vek::test {
 namespace {
 
@@ -98,6 +101,29 @@ CoefImage ReadCoefficientsWithLibjpeg(const std::vector<uint8_t>& jpeg) {
   }
   jpeg_finish_decompress(&d.cinfo);
   return image;
+}
+
+std::optional<JpegHuffmanTable> OptimalTableWithLibjpeg(const std::vector<long>& counts) {
+  Compressor c;
+  JHUFF_TBL table{};
+  std::vector<long> freq(counts);
+  freq.resize(257, 0);
+  try {
+    jpeg_gen_optimal_table(&c.cinfo, &table, freq.data());
+  } catch (const std::runtime_error&) {
+    return std::nullopt;
+  }
+  JpegHuffmanTable result;
+  int total = 0;
+  for (int i = 0; i < 16; ++i) total += result.bits[static_cast<std::size_t>(i)] = table.bits[i + 1];
+  result.vals.assign(table.huffval, table.huffval + total);
+  return result;
+}
+
+void ReadCoefficientsOnlyWithLibjpeg(const std::vector<uint8_t>& jpeg) {
+  Decompressor d(jpeg);
+  jpeg_read_coefficients(&d.cinfo);
+  jpeg_finish_decompress(&d.cinfo);
 }
 
 struct LibjpegCoefficients::Impl {

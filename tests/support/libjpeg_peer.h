@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "support/coefficients.h"
@@ -25,6 +26,13 @@ std::vector<uint8_t> CompressWithLibjpeg(const Photo& photo, const LibjpegOption
 
 // The coefficients of a file, as jpeg_read_coefficients gives them.
 CoefImage ReadCoefficientsWithLibjpeg(const std::vector<uint8_t>& jpeg);
+
+// libjpeg-turbo's optimal table (jpeg_gen_optimal_table) for 256 counts;
+// nullopt when it refuses them.
+std::optional<JpegHuffmanTable> OptimalTableWithLibjpeg(const std::vector<long>& counts);
+
+// jpeg_read_coefficients of a whole file, for timing.
+void ReadCoefficientsOnlyWithLibjpeg(const std::vector<uint8_t>& jpeg);
 
 // A file's coefficients held by libjpeg-turbo, for timing its entropy coders.
 class LibjpegCoefficients {
