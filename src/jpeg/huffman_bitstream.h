@@ -306,7 +306,7 @@ class RawBitReader {
 };
 
 template <class Reader>
-VekStatus ReceiveBits(Reader& reader, int n, uint32_t& bits) {
+[[gnu::always_inline]] inline VekStatus ReceiveBits(Reader& reader, int n, uint32_t& bits) {
   bits = 0;
   if (n == 0) return vekStsOk;
   if (VekStatus st = reader.Need(n)) return st;
@@ -317,7 +317,7 @@ VekStatus ReceiveBits(Reader& reader, int n, uint32_t& bits) {
 
 // Receives `category` (1..15) bits and extends them to a value.
 template <class Reader>
-VekStatus ReceiveValue(Reader& reader, int category, int32_t& value) {
+[[gnu::always_inline]] inline VekStatus ReceiveValue(Reader& reader, int category, int32_t& value) {
   uint32_t bits = 0;
   if (VekStatus st = ReceiveBits(reader, category, bits)) return st;
   value = Extend(bits, category);
@@ -331,16 +331,7 @@ inline bool CodeEndsAt(const DecodeHuffmanSpec& table, uint32_t code, int length
 
 // Codes longer than the fast lookup, bit by bit from `length` on; no match
 // within 16 bits gives symbol 0 and vekStsJPEGBadData after a 17th bit.
-template <class Reader>
-VekStatus DecodeLongSymbol(Reader& reader, const DecodeHuffmanSpec& table, int length, int& symbol) {
-  uint32_t code = 0;
-  if (VekStatus st = ReceiveBits(reader, length, code)) return st;
-  while (length <= 16 && !CodeEndsAt(table, code, length)) {
-    uint32_t bit = 0;
-    if (VekStatus st = ReceiveBits(reader, 1, bit)) return st;
-    code = code << 1 | bit;
-    ++length;
-  }
+inline VekStatus SymbolOfCode(const DecodeHuffmanSpec& table, uint32_t code, int length, int& symbol) {
   symbol = 0;
   if (length > 16) return vekStsJPEGBadData;
   const uint32_t index = table.firstIndex[length] + code - table.minCode[length];
@@ -350,7 +341,26 @@ VekStatus DecodeLongSymbol(Reader& reader, const DecodeHuffmanSpec& table, int l
 }
 
 template <class Reader>
-inline VekStatus DecodeSymbol(Reader& reader, const DecodeHuffmanSpec& table, int& symbol) {
+VekStatus DecodeLongSymbol(Reader& reader, const DecodeHuffmanSpec& table, int length, int& symbol) {
+  if (reader.Held() >= 17) {  // the search below then never fills: the same bits, found at once
+    const uint32_t window = reader.Peek(16);
+    while (length <= 16 && !CodeEndsAt(table, window >> (16 - length), length)) ++length;
+    reader.Skip(std::min(length, 17));
+    return SymbolOfCode(table, window >> (16 - std::min(length, 16)), length, symbol);
+  }
+  uint32_t code = 0;
+  if (VekStatus st = ReceiveBits(reader, length, code)) return st;
+  while (length <= 16 && !CodeEndsAt(table, code, length)) {
+    uint32_t bit = 0;
+    if (VekStatus st = ReceiveBits(reader, 1, bit)) return st;
+    code = code << 1 | bit;
+    ++length;
+  }
+  return SymbolOfCode(table, code, length, symbol);
+}
+
+template <class Reader>
+[[gnu::always_inline]] inline VekStatus DecodeSymbol(Reader& reader, const DecodeHuffmanSpec& table, int& symbol) {
   if (reader.Held() < 8) {
     if (VekStatus st = reader.Fill(0)) return st;
     if (reader.Held() < 8) return DecodeLongSymbol(reader, table, 1, symbol);

@@ -4,6 +4,7 @@
 // and the choice between the stated and the fast bit writer.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -103,10 +104,38 @@ class CountSink {
   int maxAcCategory_;
 };
 
+// kRowToZigzag[r][m]: the zig-zag bits of the columns of row r set in m.
+inline constexpr auto kRowToZigzag = [] {
+  std::array<std::array<uint64_t, 256>, 8> table{};
+  for (int r = 0; r < 8; ++r) {
+    for (int m = 0; m < 256; ++m) {
+      for (int c = 0; c < 8; ++c) {
+        if (m >> c & 1) table[r][m] |= uint64_t{1} << kNaturalToZigzag[r * 8 + c];
+      }
+    }
+  }
+  return table;
+}();
+
+// Bit i set for each non-zero 16-bit lane i of four (SWAR: a lane's top bit
+// after adding 0x7FFF to its low 15 bits, or its sign).
+inline uint32_t NonzeroLanes(uint64_t four) {
+  constexpr uint64_t kLow15 = 0x7FFF7FFF7FFF7FFFu;
+  const uint64_t top = (((four & kLow15) + kLow15) | four) & ~kLow15;
+  // Gathers the tops of lanes 0..3 (bits 15, 31, 47, 63) into bits 48..51.
+  return static_cast<uint32_t>(((top >> 15) * (uint64_t{1} << 48 | uint64_t{1} << 33 | uint64_t{1} << 18 | 8u)) >> 48) & 15u;
+}
+
 // Bit k of the result is set when the k-th coefficient in zig-zag order is not 0.
 inline uint64_t ZigzagNonzeroMask(const int16_t* block) {
+  static_assert(std::endian::native == std::endian::little, "lane 0 of four is the low 16 bits");
   uint64_t mask = 0;
-  for (int k = 0; k < 64; ++k) mask |= uint64_t{block[kZigzagToNatural[k]] != 0} << k;
+  for (int r = 0; r < 8; ++r) {
+    uint64_t left, right;
+    std::memcpy(&left, block + 8 * r, 8);
+    std::memcpy(&right, block + 8 * r + 4, 8);
+    mask |= kRowToZigzag[r][NonzeroLanes(left) | NonzeroLanes(right) << 4];
+  }
   return mask;
 }
 
@@ -275,10 +304,9 @@ VekStatus DecodeValue(Reader& reader, const DecodeHuffmanSpec& table, int16_t& v
 // A baseline block into natural order; `end` is the zig-zag index reached
 // (0 when the DC failed).
 template <class Reader>
-VekStatus DecodeBlock(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
-                      int16_t& lastDc, int32_t& end) {
+VekStatus DecodeBlockBits(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
+                          int16_t& lastDc, int32_t& end) {
   std::memset(block, 0, 64 * sizeof(int16_t));
-  end = 0;
   int symbol = 0;
   if (VekStatus st = DecodeSymbol(reader, dc, symbol)) return st;
   int32_t diff = 0;
@@ -306,6 +334,21 @@ VekStatus DecodeBlock(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeH
   }
   end = 64;
   return vekStsOk;
+}
+
+// DecodeBlockBits on local copies of the reader and the end position, which
+// then live in registers rather than behind the block's stores.
+template <class Reader>
+VekStatus DecodeBlock(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
+                      int16_t& lastDc, int32_t& end) {
+  Reader local = reader;
+  int32_t reached = 0;
+  int16_t dcValue = lastDc;
+  const VekStatus st = DecodeBlockBits(local, dc, ac, block, dcValue, reached);
+  reader = local;
+  end = reached;
+  lastDc = dcValue;
+  return st;
 }
 
 }  // namespace vek
