@@ -44,7 +44,9 @@ inline bool HasByteFF(uint32_t w) {
 }
 
 inline uint32_t LoadBigEndian32(const uint8_t* p) {
-  return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | uint32_t{p[3]};
+  uint32_t word;
+  std::memcpy(&word, p, 4);
+  return std::endian::native == std::endian::little ? __builtin_bswap32(word) : word;
 }
 
 inline uint32_t CodeLength(uint32_t entry) { return entry >> 16; }
@@ -219,8 +221,14 @@ class StuffedBitReader {
   void Skip(int n) { count_ -= n; }
   VekStatus Need(int n) { return count_ >= n ? vekStsOk : Fill(n); }
 
-  // Fills; the status says whether `needed` bits are then held.
-  VekStatus Fill(int needed) {
+  // Fills; the status says whether `needed` bits are then held. Inline when
+  // the bytes this fill takes hold no 0xFF and no marker was found.
+  [[gnu::always_inline]] VekStatus Fill(int needed) {
+    if (*marker_ == 0 && FillWithoutFF()) return vekStsOk;
+    return FillByBytes(needed);
+  }
+
+  [[gnu::noinline]] VekStatus FillByBytes(int needed) {
     if (*marker_ != 0) return count_ >= needed ? vekStsOk : vekStsJPEGBadData;
     while (count_ <= 24) {
       if (FillWithoutFF()) break;
@@ -260,6 +268,7 @@ class StuffedBitReader {
 
   // Takes every byte this fill needs at once when none of them is 0xFF.
   bool FillWithoutFF() {
+    if (count_ > 24) return true;
     if (length_ - pos_ < 4) return false;
     const int take = (32 - count_) >> 3;
     const uint32_t word = LoadBigEndian32(src_ + pos_);

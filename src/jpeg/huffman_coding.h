@@ -142,7 +142,7 @@ inline uint64_t ZigzagNonzeroMask(const int16_t* block) {
 // A baseline block: the DC difference against lastDc (updated first), then
 // the AC run/size symbols in zig-zag order and end of block.
 template <class Sink>
-VekStatus CodeBlock(Sink& sink, const int16_t* block, int16_t& lastDc) {
+[[gnu::always_inline]] inline VekStatus CodeBlock(Sink& sink, const int16_t* block, int16_t& lastDc) {
   const int32_t diff = int32_t{block[0]} - lastDc;
   lastDc = block[0];
   const int dcCategory = Category(diff);
@@ -304,9 +304,9 @@ VekStatus DecodeValue(Reader& reader, const DecodeHuffmanSpec& table, int16_t& v
 // A baseline block into natural order; `end` is the zig-zag index reached
 // (0 when the DC failed).
 template <class Reader>
-VekStatus DecodeBlockBits(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
+[[gnu::always_inline]] inline VekStatus DecodeBlockBits(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
                           int16_t& lastDc, int32_t& end) {
-  std::memset(block, 0, 64 * sizeof(int16_t));
+  for (int i = 0; i < 64; i += 4) std::memset(block + i, 0, 4 * sizeof(int16_t));  // inline stores
   int symbol = 0;
   if (VekStatus st = DecodeSymbol(reader, dc, symbol)) return st;
   int32_t diff = 0;

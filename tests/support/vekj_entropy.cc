@@ -80,53 +80,40 @@ bool UsesAcTables(ScanKind kind) {
   return kind == ScanKind::kSequential || kind == ScanKind::kAcFirst || kind == ScanKind::kAcRefine;
 }
 
-// The blocks of a scan in coding order, with the scan component of each.
-struct ScanLayout {
-  std::vector<std::pair<int, int16_t*>> blocks;
-  int perMcu = 1;
-};
-
-ScanLayout LayoutScan(const JpegScan& scan, CoefImage& image) {
-  ScanLayout layout;
+// Calls block(scanComponent, coefs) for the blocks of a scan in coding
+// order (MCU by MCU when interleaved), and restart(n) before the n-th
+// restart interval after the first.
+template <class Block, class Restart>
+void ForEachBlock(const JpegScan& scan, CoefImage& image, const Block& block, const Restart& restart) {
+  const auto component = [&](std::size_t s) -> CoefComponent& {
+    return image.components.at(static_cast<std::size_t>(scan.components[s].index));
+  };
+  int mcu = 0, restarts = 0;
+  const auto startMcu = [&] {
+    if (scan.restartInterval != 0 && mcu != 0 && mcu % scan.restartInterval == 0) restart(restarts++);
+    ++mcu;
+  };
   if (scan.components.size() == 1) {
-    CoefComponent& comp = image.components.at(static_cast<std::size_t>(scan.components[0].index));
+    CoefComponent& comp = component(0);
     for (int by = 0; by < comp.heightInBlocks; ++by) {
-      for (int bx = 0; bx < comp.widthInBlocks; ++bx) layout.blocks.emplace_back(0, comp.Block(bx, by));
+      for (int bx = 0; bx < comp.widthInBlocks; ++bx) {
+        startMcu();
+        block(0, comp.Block(bx, by));
+      }
     }
-    return layout;
+    return;
   }
-  const CoefComponent& first = image.components.at(static_cast<std::size_t>(scan.components[0].index));
-  const int mcusX = first.stride / first.h, mcusY = first.rows / first.v;
-  layout.perMcu = 0;
-  for (const JpegScanComponent& sc : scan.components) {
-    const CoefComponent& comp = image.components.at(static_cast<std::size_t>(sc.index));
-    layout.perMcu += comp.h * comp.v;
-  }
-  layout.blocks.reserve(static_cast<std::size_t>(mcusX) * mcusY * layout.perMcu);
+  const int mcusX = component(0).stride / component(0).h, mcusY = component(0).rows / component(0).v;
   for (int my = 0; my < mcusY; ++my) {
     for (int mx = 0; mx < mcusX; ++mx) {
+      startMcu();
       for (std::size_t s = 0; s < scan.components.size(); ++s) {
-        CoefComponent& comp = image.components.at(static_cast<std::size_t>(scan.components[s].index));
+        CoefComponent& comp = component(s);
         for (int y = 0; y < comp.v; ++y) {
-          for (int x = 0; x < comp.h; ++x) {
-            layout.blocks.emplace_back(static_cast<int>(s), comp.Block(mx * comp.h + x, my * comp.v + y));
-          }
+          for (int x = 0; x < comp.h; ++x) block(static_cast<int>(s), comp.Block(mx * comp.h + x, my * comp.v + y));
         }
       }
     }
-  }
-  return layout;
-}
-
-// Calls block(scanComponent, coefs) in coding order and restart(n) before
-// the n-th restart interval after the first.
-template <class Block, class Restart>
-void ForEachBlock(const JpegScan& scan, const ScanLayout& layout, const Block& block, const Restart& restart) {
-  const std::size_t perRestart = static_cast<std::size_t>(scan.restartInterval) * layout.perMcu;
-  int restarts = 0;
-  for (std::size_t i = 0; i < layout.blocks.size(); ++i) {
-    if (perRestart != 0 && i != 0 && i % perRestart == 0) restart(restarts++);
-    block(layout.blocks[i].first, layout.blocks[i].second);
   }
 }
 
@@ -154,13 +141,12 @@ void DecodeScan(const JpegFrame& frame, const JpegScan& scan, CoefImage& image) 
     acOf.push_back(ac[static_cast<std::size_t>(sc.acTable)].get());
   }
   DecodeState state = MakeDecodeState();
-  const ScanLayout layout = LayoutScan(scan, image);
   const Vek8u* src = scan.data.data();
   const int length = static_cast<int>(scan.data.size());
   int pos = 0, marker = 0;
   std::array<Vek16s, 4> lastDc{};
   ForEachBlock(
-      scan, layout,
+      scan, image,
       [&](int s, int16_t* block) {
         const auto c = static_cast<std::size_t>(s);
         switch (kind) {
@@ -215,8 +201,9 @@ std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& 
     acOf.push_back(ac[static_cast<std::size_t>(sc.acTable)].get());
   }
   EncodeState state = MakeEncodeState();
-  const ScanLayout layout = LayoutScan(scan, const_cast<CoefImage&>(image));
-  const std::size_t capacity = (layout.blocks.size() + 16) * kBlockBytes;
+  std::size_t blocks = 0;
+  for (const JpegScanComponent& sc : scan.components) blocks += image.components.at(static_cast<std::size_t>(sc.index)).coefs.size() / 64;
+  const std::size_t capacity = (blocks + 16) * kBlockBytes;
   std::unique_ptr<Vek8u[]> out(new Vek8u[capacity]);
   const int length = static_cast<int>(std::min<std::size_t>(capacity, 0x7FFFFFFF));
   int pos = 0;
@@ -242,7 +229,7 @@ std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& 
     return static_cast<VekStatus>(vekStsErr);
   };
   ForEachBlock(
-      scan, layout, [&](int s, const int16_t* block) { Check(code(s, block, 0), "EncodeHuffman8x8"); },
+      scan, const_cast<CoefImage&>(image), [&](int s, const int16_t* block) { Check(code(s, block, 0), "EncodeHuffman8x8"); },
       [&](int n) {
         Check(code(0, nullptr, 1), "flush");
         out[static_cast<std::size_t>(pos++)] = 0xFF;
@@ -258,7 +245,6 @@ void SetOptimalTables(const JpegFrame& frame, JpegScan& scan, const CoefImage& i
   if (kind == ScanKind::kDcRefine) return;
   std::array<std::array<Vek32u, 256>, 4> dcCounts{}, acCounts{};
   EncodeState state = MakeEncodeState();
-  const ScanLayout layout = LayoutScan(scan, const_cast<CoefImage&>(image));
   std::array<Vek16s, 4> lastDc{};
   const auto count = [&](int s, const int16_t* block, int flush) {
     const JpegScanComponent& sc = scan.components[static_cast<std::size_t>(s)];
@@ -276,7 +262,7 @@ void SetOptimalTables(const JpegFrame& frame, JpegScan& scan, const CoefImage& i
     }
   };
   ForEachBlock(
-      scan, layout, [&](int s, const int16_t* block) { Check(count(s, block, 0), "GetHuffmanStatistics8x8"); },
+      scan, const_cast<CoefImage&>(image), [&](int s, const int16_t* block) { Check(count(s, block, 0), "GetHuffmanStatistics8x8"); },
       [&](int) {
         Check(count(0, nullptr, 1), "statistics flush");
         lastDc.fill(0);
