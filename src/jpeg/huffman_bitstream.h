@@ -28,10 +28,11 @@ inline uint32_t ExtraBits(int32_t v, int category) {
   return static_cast<uint32_t>(v < 0 ? v - 1 : v) & LowMask(category);
 }
 
-// The value of `category` received bits (1..15): a top bit of 0 means negative.
+// The value of `category` received bits (1..15): a top bit of 0 means
+// negative. Without a branch: signs are as good as random.
 inline int32_t Extend(uint32_t bits, int category) {
-  const int32_t v = static_cast<int32_t>(bits);
-  return bits >> (category - 1) ? v : v - static_cast<int32_t>(LowMask(category));
+  const uint32_t negative = ((bits >> (category - 1)) & 1u) ^ 1u;
+  return static_cast<int32_t>(bits - (LowMask(category) & (0u - negative)));
 }
 
 // 16-bit wrap-around arithmetic on coefficients, stated as such.
@@ -219,13 +220,28 @@ class StuffedBitReader {
   int Held() const { return count_; }
   uint32_t Peek(int n) const { return (bits_ >> (count_ - n)) & LowMask(n); }  // 1 <= n <= Held()
   void Skip(int n) { count_ -= n; }
-  VekStatus Need(int n) { return count_ >= n ? vekStsOk : Fill(n); }
+  VekStatus Need(int n) { return FillIf(count_ < n, n); }
+  // Before a symbol: a fill when fewer than 8 bits are held, which need not
+  // reach 8.
+  VekStatus BeforeSymbol() { return FillIf(count_ < 8, 0); }
 
-  // Fills; the status says whether `needed` bits are then held. Inline when
-  // the bytes this fill takes hold no 0xFF and no marker was found.
-  [[gnu::always_inline]] VekStatus Fill(int needed) {
-    if (*marker_ == 0 && FillWithoutFF()) return vekStsOk;
-    return FillByBytes(needed);
+  // The stated fill when `happens`; the status says whether `needed` bits
+  // are then held. Whether a fill happens depends on the data, so the common
+  // case (no marker, none of the bytes taken is 0xFF) takes 0 to 4 bytes
+  // without branching on it.
+  [[gnu::always_inline]] VekStatus FillIf(bool happens, int needed) {
+    const int take = happens ? (32 - count_) >> 3 : 0;
+    if (*marker_ == 0 && length_ - pos_ >= 4) {
+      const uint64_t word = LoadBigEndian32(src_ + pos_);
+      const int dropped = 32 - 8 * take;
+      if (!HasByteFF(static_cast<uint32_t>(word >> dropped << dropped))) {
+        bits_ = static_cast<uint32_t>(uint64_t{bits_} << (8 * take) | word >> dropped);
+        count_ += 8 * take;
+        pos_ += take;
+        return vekStsOk;
+      }
+    }
+    return happens ? FillByBytes(needed) : vekStsOk;
   }
 
   [[gnu::noinline]] VekStatus FillByBytes(int needed) {
@@ -304,7 +320,7 @@ class RawBitReader {
   }
   void Skip(int n) { pos_ += n; }
   VekStatus Need(int n) const { return Held() >= n ? vekStsOk : vekStsJPEGOutOfBuffer; }
-  VekStatus Fill(int needed) const { return Need(needed); }
+  VekStatus BeforeSymbol() const { return vekStsOk; }
   void Finish() { *bitPosOut_ = static_cast<int32_t>(pos_); }
 
  private:
@@ -370,10 +386,8 @@ VekStatus DecodeLongSymbol(Reader& reader, const DecodeHuffmanSpec& table, int l
 
 template <class Reader>
 [[gnu::always_inline]] inline VekStatus DecodeSymbol(Reader& reader, const DecodeHuffmanSpec& table, int& symbol) {
-  if (reader.Held() < 8) {
-    if (VekStatus st = reader.Fill(0)) return st;
-    if (reader.Held() < 8) return DecodeLongSymbol(reader, table, 1, symbol);
-  }
+  if (VekStatus st = reader.BeforeSymbol()) return st;
+  if (reader.Held() < 8) return DecodeLongSymbol(reader, table, 1, symbol);
   const uint16_t* entry = table.fast[reader.Peek(8)];
   if (entry[1] == 0) return DecodeLongSymbol(reader, table, 9, symbol);
   reader.Skip(entry[1]);

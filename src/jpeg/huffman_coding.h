@@ -301,12 +301,19 @@ VekStatus DecodeValue(Reader& reader, const DecodeHuffmanSpec& table, int16_t& v
   return vekStsOk;
 }
 
+// 128 bytes of zeros in 16 stores, inline.
+[[gnu::always_inline]] inline void ClearBlock(int16_t* block) {
+  constexpr uint64_t kZero = 0;
+#pragma GCC unroll 16
+  for (int i = 0; i < 64; i += 4) std::memcpy(block + i, &kZero, sizeof kZero);
+}
+
 // A baseline block into natural order; `end` is the zig-zag index reached
 // (0 when the DC failed).
 template <class Reader>
 [[gnu::always_inline]] inline VekStatus DecodeBlockBits(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
                           int16_t& lastDc, int32_t& end) {
-  for (int i = 0; i < 64; i += 4) std::memset(block + i, 0, 4 * sizeof(int16_t));  // inline stores
+  ClearBlock(block);
   int symbol = 0;
   if (VekStatus st = DecodeSymbol(reader, dc, symbol)) return st;
   int32_t diff = 0;
