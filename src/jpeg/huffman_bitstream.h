@@ -208,102 +208,104 @@ class RawBitWriter {
   int64_t pos_;
 };
 
-// Reads byte-stuffed data through a decoder state. Fill reads bytes until
-// more than 24 bits are held, stops at a marker (stored in *marker, nothing
-// read after it) and at the end of the source.
+// Where a byte-stuffed read stands: position, the last four bytes read,
+// how many of their low bits are unread, and the marker found (0: none).
+struct StuffedPosition {
+  int32_t pos;
+  uint32_t bits;
+  int count;
+  int marker;
+};
+
+struct StuffedFill {
+  StuffedPosition at;
+  VekStatus status;
+};
+
+// The stated fill, byte by byte: bytes until more than 24 bits are held; a
+// 0xFF 0x00 pair is the data byte 0xFF, further 0xFF are fill, any other byte
+// after 0xFF is a marker, after which nothing is read. The status says
+// whether `needed` bits are then held; the end of the source inside a run of
+// 0xFF is out of buffer at once (the position stays at the first 0xFF).
+[[gnu::noinline]] inline StuffedFill FillByBytes(const uint8_t* src, int32_t length, StuffedPosition at, int needed) {
+  const auto held = [&](VekStatus missing) { return StuffedFill{at, at.count >= needed ? vekStsOk : missing}; };
+  if (at.marker != 0) return held(vekStsJPEGBadData);
+  while (at.count <= 24) {
+    if (at.pos >= length) return held(vekStsJPEGOutOfBuffer);
+    const uint8_t byte = src[at.pos];
+    int32_t next = at.pos + 1;
+    if (byte == 0xFF) {
+      while (next < length && src[next] == 0xFF) ++next;  // fill bytes
+      if (next >= length) return {at, vekStsJPEGOutOfBuffer};
+      if (src[next] != 0) {
+        at.marker = src[next];
+        at.pos = next + 1;
+        return held(vekStsJPEGBadData);
+      }
+      ++next;
+    }
+    at.bits = at.bits << 8 | byte;
+    at.count += 8;
+    at.pos = next;
+  }
+  return {at, vekStsOk};
+}
+
+// Reads byte-stuffed data through a decoder state: fills take bytes until
+// more than 24 bits are held, and stop at a marker (stored in *marker,
+// nothing read after it) and at the end of the source. The read position is
+// kept by value so that it lives in registers.
 class StuffedBitReader {
  public:
   StuffedBitReader(const uint8_t* src, int32_t length, int32_t* pos, int* marker, DecodeHuffmanState* state)
-      : src_(src), length_(length), posOut_(pos), marker_(marker), state_(state), pos_(*pos),
-        bits_(state->bits), count_(state->count) {}
+      : src_(src), length_(length), posOut_(pos), markerOut_(marker), state_(state),
+        at_{*pos, state->bits, state->count, *marker}, wordEnd_(*marker != 0 ? -1 : length - 4) {}
 
-  int Held() const { return count_; }
-  uint32_t Peek(int n) const { return (bits_ >> (count_ - n)) & LowMask(n); }  // 1 <= n <= Held()
-  void Skip(int n) { count_ -= n; }
-  VekStatus Need(int n) { return FillIf(count_ < n, n); }
+  int Held() const { return at_.count; }
+  uint32_t Peek(int n) const { return (at_.bits >> (at_.count - n)) & LowMask(n); }  // 1 <= n <= Held()
+  void Skip(int n) { at_.count -= n; }
+  VekStatus Need(int n) { return FillIf(at_.count < n, n); }
   // Before a symbol: a fill when fewer than 8 bits are held, which need not
   // reach 8.
-  VekStatus BeforeSymbol() { return FillIf(count_ < 8, 0); }
-
-  // The stated fill when `happens`; the status says whether `needed` bits
-  // are then held. Whether a fill happens depends on the data, so the common
-  // case (no marker, none of the bytes taken is 0xFF) takes 0 to 4 bytes
-  // without branching on it.
-  [[gnu::always_inline]] VekStatus FillIf(bool happens, int needed) {
-    const int take = happens ? (32 - count_) >> 3 : 0;
-    if (*marker_ == 0 && length_ - pos_ >= 4) {
-      const uint64_t word = LoadBigEndian32(src_ + pos_);
-      const int dropped = 32 - 8 * take;
-      if (!HasByteFF(static_cast<uint32_t>(word >> dropped << dropped))) {
-        bits_ = static_cast<uint32_t>(uint64_t{bits_} << (8 * take) | word >> dropped);
-        count_ += 8 * take;
-        pos_ += take;
-        return vekStsOk;
-      }
-    }
-    return happens ? FillByBytes(needed) : vekStsOk;
-  }
-
-  [[gnu::noinline]] VekStatus FillByBytes(int needed) {
-    if (*marker_ != 0) return count_ >= needed ? vekStsOk : vekStsJPEGBadData;
-    while (count_ <= 24) {
-      if (FillWithoutFF()) break;
-      if (pos_ >= length_) return count_ >= needed ? vekStsOk : vekStsJPEGOutOfBuffer;
-      const uint8_t byte = src_[pos_];
-      if (byte != 0xFF) {
-        Append(byte);
-        ++pos_;
-        continue;
-      }
-      int32_t next = pos_ + 1;
-      while (next < length_ && src_[next] == 0xFF) ++next;  // fill bytes
-      if (next >= length_) return vekStsJPEGOutOfBuffer;
-      if (src_[next] == 0) {
-        Append(0xFF);
-        pos_ = next + 1;
-        continue;
-      }
-      *marker_ = src_[next];
-      pos_ = next + 1;
-      return count_ >= needed ? vekStsOk : vekStsJPEGBadData;
-    }
-    return vekStsOk;
-  }
+  VekStatus BeforeSymbol() { return FillIf(at_.count < 8, 0); }
 
   void Finish() {
-    *posOut_ = pos_;
-    state_->bits = bits_;
-    state_->count = count_;
+    *posOut_ = at_.pos;
+    *markerOut_ = at_.marker;
+    state_->bits = at_.bits;
+    state_->count = at_.count;
   }
 
  private:
-  void Append(uint8_t byte) {
-    bits_ = bits_ << 8 | byte;
-    count_ += 8;
-  }
-
-  // Takes every byte this fill needs at once when none of them is 0xFF.
-  bool FillWithoutFF() {
-    if (count_ > 24) return true;
-    if (length_ - pos_ < 4) return false;
-    const int take = (32 - count_) >> 3;
-    const uint32_t word = LoadBigEndian32(src_ + pos_);
-    const int dropped = 32 - 8 * take;
-    if (HasByteFF(take == 4 ? word : word & ~LowMask(dropped))) return false;
-    bits_ = take == 4 ? word : bits_ << (8 * take) | word >> dropped;
-    count_ += 8 * take;
-    pos_ += take;
-    return true;
+  // The stated fill when `happens`. Whether a fill happens depends on the
+  // data, so the common case (no marker, 4 bytes left, none of the bytes
+  // taken is 0xFF) takes 0 to 4 bytes at once without branching on it.
+  [[gnu::always_inline]] VekStatus FillIf(bool happens, int needed) {
+    const int take = happens ? (32 - at_.count) >> 3 : 0;
+    if (at_.pos <= wordEnd_) {
+      const uint64_t word = LoadBigEndian32(src_ + at_.pos);
+      const int dropped = 32 - 8 * take;
+      if (!HasByteFF(static_cast<uint32_t>(word >> dropped << dropped))) {
+        at_.bits = static_cast<uint32_t>(uint64_t{at_.bits} << (8 * take) | word >> dropped);
+        at_.count += 8 * take;
+        at_.pos += take;
+        return vekStsOk;
+      }
+    }
+    if (!happens) return vekStsOk;
+    const StuffedFill filled = FillByBytes(src_, length_, at_, needed);
+    at_ = filled.at;
+    if (at_.marker != 0) wordEnd_ = -1;
+    return filled.status;
   }
 
   const uint8_t* src_;
   int32_t length_;
   int32_t* posOut_;
-  int* marker_;
+  int* markerOut_;
   DecodeHuffmanState* state_;
-  int32_t pos_;
-  uint32_t bits_;
-  int count_;
+  StuffedPosition at_;
+  int32_t wordEnd_;  // the last position with 4 bytes left, -1 after a marker
 };
 
 // Reads raw bits at a bit position; the end of the source ends the data.

@@ -343,16 +343,14 @@ template <class Reader>
   return vekStsOk;
 }
 
-// DecodeBlockBits on local copies of the reader and the end position, which
-// then live in registers rather than behind the block's stores.
+// DecodeBlockBits on local copies of the last DC and the end position,
+// which then live in registers rather than behind the block's stores.
 template <class Reader>
 VekStatus DecodeBlock(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
                       int16_t& lastDc, int32_t& end) {
-  Reader local = reader;
   int32_t reached = 0;
   int16_t dcValue = lastDc;
-  const VekStatus st = DecodeBlockBits(local, dc, ac, block, dcValue, reached);
-  reader = local;
+  const VekStatus st = DecodeBlockBits(reader, dc, ac, block, dcValue, reached);
   end = reached;
   lastDc = dcValue;
   return st;
