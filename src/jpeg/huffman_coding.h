@@ -8,6 +8,9 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "core/checks.h"
 #include "jpeg/huffman_bitstream.h"
@@ -117,25 +120,41 @@ inline constexpr auto kRowToZigzag = [] {
   return table;
 }();
 
-// Bit i set for each non-zero 16-bit lane i of four (SWAR: a lane's top bit
-// after adding 0x7FFF to its low 15 bits, or its sign).
-inline uint32_t NonzeroLanes(uint64_t four) {
+// Bit c set for each non-zero coefficient c of each row, rows 0..7 in bytes
+// 0..7. SSE2 is part of every x86-64 processor; elsewhere SWAR on 64 bits
+// (a lane's top bit after adding 0x7FFF to its low 15 bits, or its sign).
+inline uint64_t NonzeroRows(const int16_t* block) {
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128();
+  uint64_t rows = 0;
+  for (int r = 0; r < 8; r += 2) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 8 * r));
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 8 * r + 8));
+    const __m128i zeros = _mm_packs_epi16(_mm_cmpeq_epi16(a, zero), _mm_cmpeq_epi16(b, zero));
+    rows |= static_cast<uint64_t>(~_mm_movemask_epi8(zeros) & 0xFFFF) << (8 * r);
+  }
+  return rows;
+#else
+  static_assert(std::endian::native == std::endian::little, "lane 0 of four is the low 16 bits");
   constexpr uint64_t kLow15 = 0x7FFF7FFF7FFF7FFFu;
-  const uint64_t top = (((four & kLow15) + kLow15) | four) & ~kLow15;
-  // Gathers the tops of lanes 0..3 (bits 15, 31, 47, 63) into bits 48..51.
-  return static_cast<uint32_t>(((top >> 15) * (uint64_t{1} << 48 | uint64_t{1} << 33 | uint64_t{1} << 18 | 8u)) >> 48) & 15u;
+  uint64_t rows = 0;
+  for (int q = 0; q < 16; ++q) {
+    uint64_t four;
+    std::memcpy(&four, block + 4 * q, 8);
+    const uint64_t top = (((four & kLow15) + kLow15) | four) & ~kLow15;
+    // The tops of lanes 0..3 (bits 15, 31, 47, 63) gathered into bits 48..51.
+    const uint64_t lanes = ((top >> 15) * (uint64_t{1} << 48 | uint64_t{1} << 33 | uint64_t{1} << 18 | 8u)) >> 48;
+    rows |= (lanes & 15u) << (4 * q);
+  }
+  return rows;
+#endif
 }
 
 // Bit k of the result is set when the k-th coefficient in zig-zag order is not 0.
 inline uint64_t ZigzagNonzeroMask(const int16_t* block) {
-  static_assert(std::endian::native == std::endian::little, "lane 0 of four is the low 16 bits");
+  const uint64_t rows = NonzeroRows(block);
   uint64_t mask = 0;
-  for (int r = 0; r < 8; ++r) {
-    uint64_t left, right;
-    std::memcpy(&left, block + 8 * r, 8);
-    std::memcpy(&right, block + 8 * r + 4, 8);
-    mask |= kRowToZigzag[r][NonzeroLanes(left) | NonzeroLanes(right) << 4];
-  }
+  for (int r = 0; r < 8; ++r) mask |= kRowToZigzag[r][(rows >> (8 * r)) & 0xFF];
   return mask;
 }
 
