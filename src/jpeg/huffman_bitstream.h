@@ -25,7 +25,7 @@ inline int Category(int32_t v) { return std::bit_width(static_cast<uint32_t>(v <
 // The bits sent after a category's code: v, or v - 1 when v is negative,
 // cut to `category` low bits.
 inline uint32_t ExtraBits(int32_t v, int category) {
-  return static_cast<uint32_t>(v < 0 ? v - 1 : v) & LowMask(category);
+  return (static_cast<uint32_t>(v) + static_cast<uint32_t>(v >> 31)) & LowMask(category);  // no branch on the sign
 }
 
 // The value of `category` received bits (1..15): a top bit of 0 means
