@@ -58,10 +58,23 @@ inline uint32_t CodeBits(uint32_t entry) { return entry & 0xFFFF; }
 // included; with this much left the fast writer cannot run out.
 inline constexpr int32_t kFastWriterRoom = 1024;
 
+// A code and its extra bits as two puts, for writers whose puts store at
+// once: a failing second put leaves the first one's effect.
+template <class Writer>
+class PutsOneByOne {
+ public:
+  VekStatus PutCode(uint32_t entry, uint32_t extra, int extraLength) {
+    auto& writer = static_cast<Writer&>(*this);
+    if (VekStatus st = writer.Put(CodeBits(entry), static_cast<int>(CodeLength(entry)))) return st;
+    return extraLength ? writer.Put(extra, extraLength) : vekStsOk;
+  }
+  void Finish() {}
+};
+
 // The stated writer: each put stores its whole bytes at once, stuffing a
 // 0x00 after every 0xFF. A put that runs out of room keeps the bytes it
 // stored and the advanced position, and leaves the bit buffer as it was.
-class StuffingWriter {
+class StuffingWriter : public PutsOneByOne<StuffingWriter> {
  public:
   StuffingWriter(uint8_t* dst, int32_t length, int32_t* pos, EncodeHuffmanState* state)
       : dst_(dst), length_(length), pos_(pos), state_(state) {}
@@ -84,13 +97,6 @@ class StuffingWriter {
     state_->count = n;
     return vekStsOk;
   }
-
-  VekStatus PutCode(uint32_t entry, uint32_t extra, int extraLength) {
-    if (VekStatus st = Put(CodeBits(entry), static_cast<int>(CodeLength(entry)))) return st;
-    return extraLength ? Put(extra, extraLength) : vekStsOk;
-  }
-
-  void Finish() {}
 
  private:
   bool StoreByte(int32_t& p, uint8_t byte) {
@@ -172,7 +178,7 @@ class FastStuffingWriter {
 // Writes bits at a bit position, most significant first, without stuffing;
 // each put clears the rest of the last byte it touches. A put that does not
 // fit writes nothing.
-class RawBitWriter {
+class RawBitWriter : public PutsOneByOne<RawBitWriter> {
  public:
   RawBitWriter(uint8_t* dst, int32_t length, int32_t* bitPos)
       : dst_(dst), limit_(int64_t{length} * 8), bitPos_(bitPos), pos_(*bitPos) {}
@@ -193,13 +199,6 @@ class RawBitWriter {
     *bitPos_ = static_cast<int32_t>(pos_);
     return vekStsOk;
   }
-
-  VekStatus PutCode(uint32_t entry, uint32_t extra, int extraLength) {
-    if (VekStatus st = Put(CodeBits(entry), static_cast<int>(CodeLength(entry)))) return st;
-    return extraLength ? Put(extra, extraLength) : vekStsOk;
-  }
-
-  void Finish() {}
 
  private:
   uint8_t* dst_;

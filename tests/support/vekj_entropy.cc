@@ -80,6 +80,26 @@ bool UsesAcTables(ScanKind kind) {
   return kind == ScanKind::kSequential || kind == ScanKind::kAcFirst || kind == ScanKind::kAcRefine;
 }
 
+// The tables a scan uses, built once each, and those of each scan component.
+template <class Table>
+struct ScanTableSet {
+  std::array<Table, 4> dc, ac;
+  std::vector<const typename Table::element_type*> dcOf, acOf;
+};
+
+template <class Table, class Make>
+ScanTableSet<Table> ScanTables(const JpegScan& scan, ScanKind kind, const Make& make) {
+  ScanTableSet<Table> set;
+  for (const JpegScanComponent& sc : scan.components) {
+    const auto d = static_cast<std::size_t>(sc.dcTable), a = static_cast<std::size_t>(sc.acTable);
+    if (UsesDcTables(kind) && !set.dc.at(d)) set.dc[d] = make(scan.dc[d]);
+    if (UsesAcTables(kind) && !set.ac.at(a)) set.ac[a] = make(scan.ac[a]);
+    set.dcOf.push_back(set.dc[d].get());
+    set.acOf.push_back(set.ac[a].get());
+  }
+  return set;
+}
+
 // Calls block(scanComponent, coefs) for the blocks of a scan in coding
 // order (MCU by MCU when interleaved), and restart(n) before the n-th
 // restart interval after the first.
@@ -132,14 +152,9 @@ void SkipToRestart(const std::vector<uint8_t>& data, int& pos, int& marker) {
 
 void DecodeScan(const JpegFrame& frame, const JpegScan& scan, CoefImage& image) {
   const ScanKind kind = KindOf(frame, scan);
-  std::array<DecodeTable, 4> dc, ac;
-  std::vector<const DecodeHuffmanSpec*> dcOf, acOf;
-  for (const JpegScanComponent& sc : scan.components) {
-    if (UsesDcTables(kind) && !dc.at(static_cast<std::size_t>(sc.dcTable))) dc[static_cast<std::size_t>(sc.dcTable)] = MakeDecodeTable(scan.dc[static_cast<std::size_t>(sc.dcTable)]);
-    if (UsesAcTables(kind) && !ac.at(static_cast<std::size_t>(sc.acTable))) ac[static_cast<std::size_t>(sc.acTable)] = MakeDecodeTable(scan.ac[static_cast<std::size_t>(sc.acTable)]);
-    dcOf.push_back(dc[static_cast<std::size_t>(sc.dcTable)].get());
-    acOf.push_back(ac[static_cast<std::size_t>(sc.acTable)].get());
-  }
+  const auto tables = ScanTables<DecodeTable>(scan, kind, MakeDecodeTable);
+  const auto& dcOf = tables.dcOf;
+  const auto& acOf = tables.acOf;
   DecodeState state = MakeDecodeState();
   const Vek8u* src = scan.data.data();
   const int length = static_cast<int>(scan.data.size());
@@ -192,14 +207,9 @@ CoefImage DecodeWithVekj(const JpegFile& file) {
 
 std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, const CoefImage& image) {
   const ScanKind kind = KindOf(frame, scan);
-  std::array<EncodeTable, 4> dc, ac;
-  std::vector<const EncodeHuffmanSpec*> dcOf, acOf;
-  for (const JpegScanComponent& sc : scan.components) {
-    if (UsesDcTables(kind) && !dc.at(static_cast<std::size_t>(sc.dcTable))) dc[static_cast<std::size_t>(sc.dcTable)] = MakeEncodeTable(scan.dc[static_cast<std::size_t>(sc.dcTable)]);
-    if (UsesAcTables(kind) && !ac.at(static_cast<std::size_t>(sc.acTable))) ac[static_cast<std::size_t>(sc.acTable)] = MakeEncodeTable(scan.ac[static_cast<std::size_t>(sc.acTable)]);
-    dcOf.push_back(dc[static_cast<std::size_t>(sc.dcTable)].get());
-    acOf.push_back(ac[static_cast<std::size_t>(sc.acTable)].get());
-  }
+  const auto tables = ScanTables<EncodeTable>(scan, kind, MakeEncodeTable);
+  const auto& dcOf = tables.dcOf;
+  const auto& acOf = tables.acOf;
   EncodeState state = MakeEncodeState();
   std::size_t blocks = 0;
   for (const JpegScanComponent& sc : scan.components) blocks += image.components.at(static_cast<std::size_t>(sc.index)).coefs.size() / 64;
