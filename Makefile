@@ -27,7 +27,7 @@ sanitize: deps
 fuzz: deps
 	cmake --preset sanitize
 	cmake --build --preset sanitize --target vekj_fuzz
-	bash scripts/run-fuzzers.sh build/sanitize/fuzz 20000
+	bash scripts/run-fuzzers.sh build/sanitize/fuzz 200000
 
 bench: deps
 	cmake --preset release

@@ -20,17 +20,29 @@ class FuzzInput {
   uint8_t Byte() { return pos_ < size_ ? data_[pos_++] : 0; }
   int Int16() { return static_cast<int16_t>(Byte() << 8 | Byte()); }
 
-  // A decode table from BITS and HUFFVAL bytes of the input; false when the
-  // builder refuses it.
+  // A decode table from the input: mostly an optimal table for counts of
+  // the symbols the input names (always valid, any symbols), else raw BITS
+  // and HUFFVAL bytes (tables the decode builder accepts, over-full ones
+  // included); false when the builder refuses it.
   bool DecodeTable(std::vector<uint8_t>& storage) {
     std::array<uint8_t, 16> bits{};
-    int total = 0;
-    for (uint8_t& b : bits) {
-      b = static_cast<uint8_t>(Byte() % 17);  // mostly tables of a plausible size
-      total += b;
-    }
     std::array<uint8_t, 256> vals{};
-    for (int i = 0; i < std::min(total, 256); ++i) vals[static_cast<std::size_t>(i)] = Byte();
+    if (Byte() % 4 != 0) {
+      std::array<int, 256> counts{};
+      const int n = Byte() % 64 + 1;
+      for (int i = 0; i < n; ++i) {
+        const uint8_t symbol = Byte();
+        counts[symbol] += 1 + Byte();
+      }
+      if (vekiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), bits.data(), vals.data()) != vekStsOk) return false;
+    } else {
+      int total = 0;
+      for (uint8_t& b : bits) {
+        b = static_cast<uint8_t>(Byte() % 17);  // mostly tables of a plausible size
+        total += b;
+      }
+      for (int i = 0; i < std::min(total, 256); ++i) vals[static_cast<std::size_t>(i)] = Byte();
+    }
     int size = 0;
     vekiDecodeHuffmanSpecGetBufSize_JPEG_8u(&size);
     storage.assign(static_cast<std::size_t>(size), 0);
