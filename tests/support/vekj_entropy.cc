@@ -12,8 +12,12 @@
 namespace vek::test {
 namespace {
 
-void Check(VekStatus st, const char* what) {
-  if (st != vekStsOk) throw std::runtime_error(std::string(what) + " returned " + std::to_string(st));
+[[noreturn]] [[gnu::noinline]] void Fail(VekStatus st, const char* what) {
+  throw std::runtime_error(std::string(what) + " returned " + std::to_string(st));
+}
+
+inline void Check(VekStatus st, const char* what) {
+  if (st != vekStsOk) [[unlikely]] Fail(st, what);
 }
 
 struct EncodeTableFree {
@@ -137,6 +141,16 @@ void ForEachBlock(const JpegScan& scan, CoefImage& image, const Block& block, co
   }
 }
 
+// Where a scan's decoding stands.
+struct ScanReader {
+  const Vek8u* src;
+  int length;
+  int pos;
+  int marker;
+  std::array<Vek16s, 4> lastDc;
+  DecodeHuffmanState* state;
+};
+
 // Past the next restart marker, unless the decoder already stopped there.
 void SkipToRestart(const std::vector<uint8_t>& data, int& pos, int& marker) {
   if (marker == 0) {
@@ -150,48 +164,54 @@ void SkipToRestart(const std::vector<uint8_t>& data, int& pos, int& marker) {
   marker = 0;
 }
 
+// Decodes every block of the scan with decodeOne(scanComponent, block, read
+// position), restarting at each restart interval.
+template <class DecodeOne>
+void DecodeBlocks(const JpegScan& scan, CoefImage& image, DecodeState& state, const DecodeOne& decodeOne) {
+  ScanReader in{scan.data.data(), static_cast<int>(scan.data.size()), 0, 0, {}, state.get()};
+  ForEachBlock(
+      scan, image, [&](int s, int16_t* block) { Check(decodeOne(s, block, in), "decoding a block"); },
+      [&](int) {
+        SkipToRestart(scan.data, in.pos, in.marker);
+        Check(vekiDecodeHuffmanStateInit_JPEG_8u(state.get()), "DecodeHuffmanStateInit");
+        in.lastDc.fill(0);
+      });
+}
+
 void DecodeScan(const JpegFrame& frame, const JpegScan& scan, CoefImage& image) {
   const ScanKind kind = KindOf(frame, scan);
   const auto tables = ScanTables<DecodeTable>(scan, kind, MakeDecodeTable);
-  const auto& dcOf = tables.dcOf;
-  const auto& acOf = tables.acOf;
+  const auto& dc = tables.dcOf;
+  const auto& ac = tables.acOf;
   DecodeState state = MakeDecodeState();
-  const Vek8u* src = scan.data.data();
-  const int length = static_cast<int>(scan.data.size());
-  int pos = 0, marker = 0;
-  std::array<Vek16s, 4> lastDc{};
-  ForEachBlock(
-      scan, image,
-      [&](int s, int16_t* block) {
-        const auto c = static_cast<std::size_t>(s);
-        switch (kind) {
-          case ScanKind::kSequential:
-            return Check(vekiDecodeHuffman8x8_JPEG_1u16s_C1(src, length, &pos, block, &lastDc[c], &marker, dcOf[c],
-                                                            acOf[c], state.get()),
-                         "DecodeHuffman8x8");
-          case ScanKind::kDcFirst:
-            return Check(vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(src, length, &pos, block, &lastDc[c], &marker,
-                                                                    scan.al, dcOf[c], state.get()),
-                         "DecodeHuffman8x8_DCFirst");
-          case ScanKind::kDcRefine:
-            return Check(vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(src, length, &pos, block, &marker, scan.al,
-                                                                     state.get()),
-                         "DecodeHuffman8x8_DCRefine");
-          case ScanKind::kAcFirst:
-            return Check(vekiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(src, length, &pos, block, &marker, scan.ss,
-                                                                    scan.se, scan.al, acOf[c], state.get()),
-                         "DecodeHuffman8x8_ACFirst");
-          case ScanKind::kAcRefine:
-            return Check(vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(src, length, &pos, block, &marker, scan.ss,
-                                                                     scan.se, scan.al, acOf[c], state.get()),
-                         "DecodeHuffman8x8_ACRefine");
-        }
-      },
-      [&](int) {
-        SkipToRestart(scan.data, pos, marker);
-        Check(vekiDecodeHuffmanStateInit_JPEG_8u(state.get()), "DecodeHuffmanStateInit");
-        lastDc.fill(0);
+  const int ss = scan.ss, se = scan.se, al = scan.al;
+  switch (kind) {
+    case ScanKind::kSequential:
+      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.lastDc[s], &in.marker, dc[s],
+                                                  ac[s], in.state);
       });
+    case ScanKind::kDcFirst:
+      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.lastDc[s],
+                                                          &in.marker, al, dc[s], in.state);
+      });
+    case ScanKind::kDcRefine:
+      return DecodeBlocks(scan, image, state, [&](int, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, al,
+                                                           in.state);
+      });
+    case ScanKind::kAcFirst:
+      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, ss, se, al,
+                                                          ac[s], in.state);
+      });
+    case ScanKind::kAcRefine:
+      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, ss, se,
+                                                           al, ac[s], in.state);
+      });
+  }
 }
 
 // The most bytes a block can take, stuffing included, plus room for flushes.
@@ -200,7 +220,8 @@ constexpr std::size_t kBlockBytes = 512;
 }  // namespace
 
 CoefImage DecodeWithVekj(const JpegFile& file) {
-  CoefImage image = MakeCoefImage(file.frame);
+  // Sequential scans write every block they cover in full.
+  CoefImage image = MakeCoefImage(file.frame, file.frame.marker == 0xC2);
   for (const JpegScan& scan : file.scans) DecodeScan(file.frame, scan, image);
   return image;
 }
