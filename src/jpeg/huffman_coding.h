@@ -320,11 +320,14 @@ VekStatus DecodeValue(Reader& reader, const DecodeHuffmanSpec& table, int16_t& v
   return vekStsOk;
 }
 
-// 128 bytes of zeros in 16 stores, inline.
+// 128 bytes of zeros, stored inline (a library call costs more here).
 [[gnu::always_inline]] inline void ClearBlock(int16_t* block) {
-  constexpr uint64_t kZero = 0;
-#pragma GCC unroll 16
-  for (int i = 0; i < 64; i += 4) std::memcpy(block + i, &kZero, sizeof kZero);
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128();
+  for (int i = 0; i < 64; i += 8) _mm_storeu_si128(reinterpret_cast<__m128i*>(block + i), zero);
+#else
+  std::memset(block, 0, 64 * sizeof(int16_t));
+#endif
 }
 
 // A baseline block into natural order; `end` is the zig-zag index reached

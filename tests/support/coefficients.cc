@@ -8,7 +8,7 @@ namespace {
 int CeilDiv(int a, int b) { return (a + b - 1) / b; }
 }  // namespace
 
-CoefImage MakeCoefImage(const JpegFrame& frame, bool zeroed) {
+CoefImage MakeCoefImage(const JpegFrame& frame) {
   int hmax = 1, vmax = 1;
   for (const JpegComponent& c : frame.components) {
     hmax = std::max(hmax, c.h);
@@ -24,12 +24,7 @@ CoefImage MakeCoefImage(const JpegFrame& frame, bool zeroed) {
     comp.heightInBlocks = CeilDiv(CeilDiv(frame.height * c.v, vmax), 8);
     comp.stride = mcusX * c.h;
     comp.rows = mcusY * c.v;
-    const std::size_t count = static_cast<std::size_t>(comp.stride) * comp.rows * 64;
-    if (zeroed) {
-      comp.coefs.assign(count, 0);
-    } else {
-      comp.coefs.resize(count);
-    }
+    comp.coefs.assign(static_cast<std::size_t>(comp.stride) * comp.rows * 64, 0);
     image.components.push_back(std::move(comp));
   }
   return image;

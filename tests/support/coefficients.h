@@ -4,35 +4,12 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/jpeg_markers.h"
 
 namespace vek::test {
-
-// Leaves elements uninitialised on resize: coefficients that a decoder
-// writes in full need no zeros first.
-template <class T>
-struct UninitializedAllocator : std::allocator<T> {
-  template <class U>
-  struct rebind {
-    using other = UninitializedAllocator<U>;
-  };
-  UninitializedAllocator() = default;
-  template <class U>
-  UninitializedAllocator(const UninitializedAllocator<U>&) {}
-  template <class U>
-  void construct(U* p) {
-    ::new (static_cast<void*>(p)) U;
-  }
-  template <class U, class... Args>
-  void construct(U* p, Args&&... args) {
-    ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
-  }
-};
 
 struct CoefComponent {
   int h = 1, v = 1;
@@ -51,8 +28,8 @@ struct CoefImage {
   std::vector<CoefComponent> components;
 };
 
-// Coefficients with the geometry of the frame, zeroed unless asked not to.
-CoefImage MakeCoefImage(const JpegFrame& frame, bool zeroed = true);
+// Zeroed coefficients with the geometry of the frame.
+CoefImage MakeCoefImage(const JpegFrame& frame);
 
 // "" when the image-data blocks of a and b are equal, else where they differ.
 std::string CompareCoefficients(const CoefImage& a, const CoefImage& b);

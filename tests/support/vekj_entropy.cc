@@ -220,8 +220,7 @@ constexpr std::size_t kBlockBytes = 512;
 }  // namespace
 
 CoefImage DecodeWithVekj(const JpegFile& file) {
-  // Sequential scans write every block they cover in full.
-  CoefImage image = MakeCoefImage(file.frame, file.frame.marker == 0xC2);
+  CoefImage image = MakeCoefImage(file.frame);
   for (const JpegScan& scan : file.scans) DecodeScan(file.frame, scan, image);
   return image;
 }
