@@ -163,7 +163,10 @@ VEKAPI VekStatus vekiEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[256
  * Entropy-coded bits are written most significant bit first; every 0xFF byte
  * written is followed by a 0x00; a flush pads the last byte with 1-bits.
  * Positions are byte offsets into the caller's buffer and travel in and out;
- * nothing is read or written outside [0, length).
+ * nothing is read or written outside [0, length). An encoder call with at
+ * least 1024 bytes of room gathers its bits 32 at a time; the bytes it
+ * stores, its positions and its states are those of the put-by-put rules
+ * below, and it stores nothing past its final position.
  *
  * EncodeHuffmanState, 1048 bytes: bit buffer 32u (pending bits left-aligned
  * below bit 24, bits 24..31 and those below the pending ones are 0), pending
@@ -183,8 +186,10 @@ VEKAPI VekStatus vekiEncodeHuffmanRawTableInit_JPEG_8u(const int pStatistics[256
  * the block, last DC and tables are then neither checked nor used.
  * Encoder checks: destination null -> NullPtr; length < 1 -> BadSize;
  * position null, state null -> NullPtr; then (not flushing) block, last DC,
- * DC table, AC table null -> NullPtr (One: value, table); last of all a
- * negative position -> BadArg. The last DC is updated before any bit is put.
+ * DC table, AC table null -> NullPtr (One: value, table); last of all (also
+ * when flushing) a negative position -> BadArg, a check of this library's
+ * own (such a position would write before the buffer). The last DC is
+ * updated before any bit is put.
  * The DC difference (block[0] - last DC, not wrapped) is coded with whatever
  * code the table holds for its category, 16 included (16 extra bits). An AC
  * value of -32768 (category 16) cannot be coded: vekStsJPEGBadData.
@@ -282,10 +287,13 @@ VEKAPI VekStatus vekiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vek8u* pSrc, in
  * category 16 (|v| = 32768) -> vekStsJPEGBadData.
  *   Encoders: (block, destination, length, position in/out, Ss, Se, Al, AC
  *   table, encoder state, flush flag). Checks: destination null -> NullPtr;
- *   length < 1 -> BadSize; position, state, AC table null -> NullPtr; a
- *   negative position -> BadArg; flushing: the pending run and its
- *   correction bits are coded, then 0x7F in 7 bits, then the state is
- *   cleared; otherwise block null -> NullPtr, Ss, Se, Al -> BadArg.
+ *   length < 1 -> BadSize; position, state, AC table null -> NullPtr (the
+ *   flush codes the pending run with the table); flushing: a negative
+ *   position -> BadArg, then the pending run and its correction bits are
+ *   coded, then 0x7F in 7 bits, then the state is cleared whatever the puts
+ *   returned; otherwise block null -> NullPtr, Ss, Se, Al -> BadArg, a
+ *   negative position -> BadArg. A put that fails inside the run's coding
+ *   leaves the run pending (before the flush clears it).
  *   Decoders: (source, length, position in/out, block in/out, marker in/out,
  *   Ss, Se, Al, AC table, decoder state). Checks: source null -> NullPtr;
  *   length < 1 -> BadSize; position, block, marker null -> NullPtr; Ss, Se,
@@ -371,10 +379,11 @@ VEKAPI VekStatus vekiGetHuffmanStatisticsOne_JPEG_16s_C1(const Vek16s* pSrc, Vek
  * Huffman bit conventions and states of the baseline coders. A difference
  * of category 16 (-32768) is coded without extra bits and decodes from any
  * symbol of 16 or more as -32768. Encoder checks: destination null ->
- * NullPtr; length < 1 -> BadSize; position, state null -> NullPtr; negative
- * position -> BadArg; flushing as the baseline coders; then row array null
- * -> NullPtr; width, component count < 1 -> BadSize; table array null ->
- * NullPtr; each of the first min(count, 4) rows and tables null -> NullPtr.
+ * NullPtr; length < 1 -> BadSize; position, state null -> NullPtr; flushing
+ * as the baseline coders; then row array null -> NullPtr; width, component
+ * count < 1 -> BadSize; table array null -> NullPtr; each of the first
+ * min(count, 4) rows and tables null -> NullPtr; a negative position ->
+ * BadArg (when flushing, right before the flush).
  * Decoder checks: source null -> NullPtr; length < 1 -> BadSize; position,
  * row array null -> NullPtr; width, count < 1 -> BadSize; marker, table
  * array, state null -> NullPtr; each of the first min(count, 4) rows and
