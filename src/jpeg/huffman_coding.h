@@ -30,30 +30,26 @@ inline ArgCheck CheckEncoderOutput(const void* dst, int length, const int* pos, 
   return check;
 }
 
+// Runs code(bits) and stores the position and state back.
+template <class Bits, class Code>
+VekStatus RunAndFinish(Bits&& bits, const Code& code) {
+  const VekStatus st = code(bits);
+  bits.Finish();
+  return st;
+}
+
 // Runs code(writer) with the fast writer when the call cannot run out of
-// room, else with the stated one; the writer's position and state are stored
-// back either way.
+// room, else with the stated one.
 template <class Code>
 VekStatus WithStuffingWriter(Vek8u* dst, int32_t length, int32_t* pos, EncodeHuffmanState* state, const Code& code) {
-  if (length - *pos >= kFastWriterRoom) {
-    FastStuffingWriter writer(dst, pos, state);
-    const VekStatus st = code(writer);
-    writer.Finish();
-    return st;
-  }
-  StuffingWriter writer(dst, length, pos, state);
-  const VekStatus st = code(writer);
-  writer.Finish();
-  return st;
+  if (length - *pos >= kFastWriterRoom) return RunAndFinish(FastStuffingWriter(dst, pos, state), code);
+  return RunAndFinish(StuffingWriter(dst, length, pos, state), code);
 }
 
 template <class Decode>
 VekStatus WithStuffedReader(const Vek8u* src, int32_t length, int32_t* pos, int* marker, DecodeHuffmanState* state,
                             const Decode& decode) {
-  StuffedBitReader reader(src, length, pos, marker, state);
-  const VekStatus st = decode(reader);
-  reader.Finish();
-  return st;
+  return RunAndFinish(StuffedBitReader(src, length, pos, marker, state), decode);
 }
 
 // Pads the last byte with 1-bits (0x7F in 7 bits) and clears the state,
