@@ -163,6 +163,29 @@ TEST(HuffmanBaseline, BytesFollowTheBitModel) {
   }
 }
 
+// Calls with room for the fast writer and calls just short of it (the
+// stated put-by-put writer) agree after every call: bytes, position, state.
+TEST(HuffmanBaseline, FastAndStatedWritersAgreeCallByCall) {
+  const Tables t = FullTables();
+  const int n = 200;
+  const auto blocks = RandomBlocks(n, 15, 50);
+  Encoder fast, stated;
+  std::vector<uint8_t> a(1 << 18), b(1 << 18);
+  int posA = 0, posB = 0;
+  Vek16s dcA = 0, dcB = 0;
+  for (int i = 0; i < n; ++i) {
+    const int16_t* block = &blocks[static_cast<std::size_t>(i) * 64];
+    ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, a.data(), 1 << 18, &posA, &dcA, &t.dcEnc, &t.acEnc, fast.St(), 0),
+              vekStsOk);
+    ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, b.data(), posB + 1023, &posB, &dcB, &t.dcEnc, &t.acEnc,
+                                                 stated.St(), 0),
+              vekStsOk);
+    ASSERT_EQ(posA, posB) << "block " << i;
+    ASSERT_EQ(fast.state, stated.state) << "block " << i;
+  }
+  EXPECT_TRUE(std::equal(a.begin(), a.begin() + posA, b.begin()));
+}
+
 TEST(HuffmanBaseline, StatedEdgeCases) {
   const Tables t = StandardTables();
   Encoder enc;

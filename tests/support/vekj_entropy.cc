@@ -84,6 +84,19 @@ bool UsesAcTables(ScanKind kind) {
   return kind == ScanKind::kSequential || kind == ScanKind::kAcFirst || kind == ScanKind::kAcRefine;
 }
 
+// The optimal lists for symbol counts, from vekj's statistics.
+JpegHuffmanTable OptimalTable(const std::array<Vek32u, 256>& counts) {
+  std::array<int, 256> stats{};
+  std::copy(counts.begin(), counts.end(), stats.begin());
+  JpegHuffmanTable t;
+  std::array<Vek8u, 256> vals{};
+  Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(stats.data(), t.bits.data(), vals.data()), "EncodeHuffmanRawTableInit");
+  int total = 0;
+  for (uint8_t b : t.bits) total += b;
+  t.vals.assign(vals.begin(), vals.begin() + total);
+  return t;
+}
+
 // The tables a scan uses, built once each, and those of each scan component.
 template <class Table>
 struct ScanTableSet {
@@ -262,8 +275,8 @@ std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& 
       scan, const_cast<CoefImage&>(image), [&](int s, const int16_t* block) { Check(code(s, block, 0), "EncodeHuffman8x8"); },
       [&](int n) {
         Check(code(0, nullptr, 1), "flush");
-        out[static_cast<std::size_t>(pos++)] = 0xFF;
-        out[static_cast<std::size_t>(pos++)] = static_cast<Vek8u>(0xD0 + n % 8);
+        out[pos++] = 0xFF;
+        out[pos++] = static_cast<Vek8u>(0xD0 + n % 8);
         lastDc.fill(0);
       });
   Check(code(0, nullptr, 1), "flush");
@@ -277,14 +290,14 @@ void SetOptimalTables(const JpegFrame& frame, JpegScan& scan, const CoefImage& i
   EncodeState state = MakeEncodeState();
   std::array<Vek16s, 4> lastDc{};
   const auto count = [&](int s, const int16_t* block, int flush) {
-    const JpegScanComponent& sc = scan.components[static_cast<std::size_t>(s)];
-    Vek32u* dcs = dcCounts[static_cast<std::size_t>(sc.dcTable)].data();
-    Vek32u* acs = acCounts[static_cast<std::size_t>(sc.acTable)].data();
+    const JpegScanComponent& sc = scan.components[s];
+    Vek32u* dcs = dcCounts[sc.dcTable].data();
+    Vek32u* acs = acCounts[sc.acTable].data();
     switch (kind) {
       case ScanKind::kSequential:
-        return flush ? vekStsOk : vekiGetHuffmanStatistics8x8_JPEG_16s_C1(block, dcs, acs, &lastDc[static_cast<std::size_t>(s)]);
+        return flush ? vekStsOk : vekiGetHuffmanStatistics8x8_JPEG_16s_C1(block, dcs, acs, &lastDc[s]);
       case ScanKind::kDcFirst:
-        return flush ? vekStsOk : vekiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, dcs, &lastDc[static_cast<std::size_t>(s)], scan.al);
+        return flush ? vekStsOk : vekiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, dcs, &lastDc[s], scan.al);
       case ScanKind::kAcFirst:
         return vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, acs, scan.ss, scan.se, scan.al, state.get(), flush);
       default:
@@ -298,20 +311,9 @@ void SetOptimalTables(const JpegFrame& frame, JpegScan& scan, const CoefImage& i
         lastDc.fill(0);
       });
   Check(count(0, nullptr, 1), "statistics flush");
-  const auto optimal = [](const std::array<Vek32u, 256>& counts) {
-    std::array<int, 256> stats{};
-    std::copy(counts.begin(), counts.end(), stats.begin());
-    JpegHuffmanTable t;
-    std::array<Vek8u, 256> vals{};
-    Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(stats.data(), t.bits.data(), vals.data()), "EncodeHuffmanRawTableInit");
-    int total = 0;
-    for (uint8_t b : t.bits) total += b;
-    t.vals.assign(vals.begin(), vals.begin() + total);
-    return t;
-  };
   for (const JpegScanComponent& sc : scan.components) {
-    if (UsesDcTables(kind)) scan.dc[static_cast<std::size_t>(sc.dcTable)] = optimal(dcCounts[static_cast<std::size_t>(sc.dcTable)]);
-    if (UsesAcTables(kind)) scan.ac[static_cast<std::size_t>(sc.acTable)] = optimal(acCounts[static_cast<std::size_t>(sc.acTable)]);
+    if (UsesDcTables(kind)) scan.dc[sc.dcTable] = OptimalTable(dcCounts[sc.dcTable]);
+    if (UsesAcTables(kind)) scan.ac[sc.acTable] = OptimalTable(acCounts[sc.acTable]);
   }
 }
 
@@ -436,25 +438,18 @@ std::vector<uint8_t> EncodeLosslessWithVekj(const LosslessImage& image) {
   for (int r = 0; r < image.height; ++r) {
     const auto rows = DifferenceRows(image, r);
     for (int c = 0; c < n; ++c) {
-      for (int16_t d : rows[static_cast<std::size_t>(c)]) {
-        Check(vekiGetHuffmanStatisticsOne_JPEG_16s_C1(&d, counts[static_cast<std::size_t>(c)].data()), "StatisticsOne");
+      for (int16_t d : rows[c]) {
+        Check(vekiGetHuffmanStatisticsOne_JPEG_16s_C1(&d, counts[c].data()), "StatisticsOne");
       }
     }
   }
   std::array<EncodeTable, 4> tables;
   std::array<const EncodeHuffmanSpec*, 4> tablePtrs{};
   for (int c = 0; c < n; ++c) {
-    std::array<int, 256> stats{};
-    std::copy(counts[static_cast<std::size_t>(c)].begin(), counts[static_cast<std::size_t>(c)].end(), stats.begin());
-    JpegHuffmanTable t;
-    std::array<Vek8u, 256> vals{};
-    Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(stats.data(), t.bits.data(), vals.data()), "RawTableInit");
-    int total = 0;
-    for (uint8_t b : t.bits) total += b;
-    t.vals.assign(vals.begin(), vals.begin() + total);
-    scan.dc[static_cast<std::size_t>(c)] = t;
-    tables[static_cast<std::size_t>(c)] = MakeEncodeTable(t);
-    tablePtrs[static_cast<std::size_t>(c)] = tables[static_cast<std::size_t>(c)].get();
+    const JpegHuffmanTable t = OptimalTable(counts[c]);
+    scan.dc[c] = t;
+    tables[c] = MakeEncodeTable(t);
+    tablePtrs[c] = tables[c].get();
   }
   EncodeState state = MakeEncodeState();
   std::vector<Vek8u> out(static_cast<std::size_t>(image.width) * image.height * n * 8 + 64);
@@ -462,7 +457,7 @@ std::vector<uint8_t> EncodeLosslessWithVekj(const LosslessImage& image) {
   for (int r = 0; r < image.height; ++r) {
     const auto rows = DifferenceRows(image, r);
     std::array<const Vek16s*, 4> rowPtrs{};
-    for (int c = 0; c < n; ++c) rowPtrs[static_cast<std::size_t>(c)] = rows[static_cast<std::size_t>(c)].data();
+    for (int c = 0; c < n; ++c) rowPtrs[c] = rows[c].data();
     Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(rowPtrs.data(), image.width, n, out.data(), static_cast<int>(out.size()),
                                                &pos, tablePtrs.data(), state.get(), 0),
           "EncodeHuffmanRow");
@@ -474,7 +469,7 @@ std::vector<uint8_t> EncodeLosslessWithVekj(const LosslessImage& image) {
   JpegWriter writer;
   if (n == 3) writer.AdobeNoColourTransform();
   writer.Frame(frame);
-  for (int c = 0; c < n; ++c) writer.HuffmanTable(0, c, *scan.dc[static_cast<std::size_t>(c)]);
+  for (int c = 0; c < n; ++c) writer.HuffmanTable(0, c, *scan.dc[c]);
   writer.Scan(frame, scan);
   return writer.Finish();
 }
@@ -487,7 +482,7 @@ LosslessImage DecodeLosslessWithVekj(const JpegFile& file) {
   std::array<DecodeTable, 4> tables;
   std::array<const DecodeHuffmanSpec*, 4> tablePtrs{};
   for (std::size_t c = 0; c < n; ++c) {
-    tables[c] = MakeDecodeTable(scan.dc[static_cast<std::size_t>(scan.components[c].dcTable)]);
+    tables[c] = MakeDecodeTable(scan.dc[scan.components[c].dcTable]);
     tablePtrs[c] = tables[c].get();
     image.planes.emplace_back(w * static_cast<std::size_t>(image.height));
   }
