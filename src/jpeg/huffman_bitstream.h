@@ -357,6 +357,7 @@ inline bool CodeEndsAt(const DecodeHuffmanSpec& table, uint32_t code, int length
 
 // Codes longer than the fast lookup, bit by bit from `length` on; no match
 // within 16 bits gives symbol 0 and vekStsJPEGBadData after a 17th bit.
+// Inline, so that the reader never leaves registers for a call.
 inline VekStatus SymbolOfCode(const DecodeHuffmanSpec& table, uint32_t code, int length, int& symbol) {
   symbol = 0;
   if (length > 16) return vekStsJPEGBadData;
@@ -367,7 +368,7 @@ inline VekStatus SymbolOfCode(const DecodeHuffmanSpec& table, uint32_t code, int
 }
 
 template <class Reader>
-VekStatus DecodeLongSymbol(Reader& reader, const DecodeHuffmanSpec& table, int length, int& symbol) {
+[[gnu::always_inline]] inline VekStatus DecodeLongSymbol(Reader& reader, const DecodeHuffmanSpec& table, int length, int& symbol) {
   if (reader.Held() >= 17) {  // the search below then never fills: the same bits, found at once
     const uint32_t window = reader.Peek(16);
     while (length <= 16 && !CodeEndsAt(table, window >> (16 - length), length)) ++length;

@@ -319,8 +319,17 @@ VekStatus DecodeValue(Reader& reader, const DecodeHuffmanSpec& table, int16_t& v
 // 128 bytes of zeros, stored inline (a library call costs more here).
 [[gnu::always_inline]] inline void ClearBlock(int16_t* block) {
 #if defined(__SSE2__)
+  // Written out: as a loop the compiler turns it back into a string store.
   const __m128i zero = _mm_setzero_si128();
-  for (int i = 0; i < 64; i += 8) _mm_storeu_si128(reinterpret_cast<__m128i*>(block + i), zero);
+  auto* rows = reinterpret_cast<__m128i*>(block);
+  _mm_storeu_si128(rows + 0, zero);
+  _mm_storeu_si128(rows + 1, zero);
+  _mm_storeu_si128(rows + 2, zero);
+  _mm_storeu_si128(rows + 3, zero);
+  _mm_storeu_si128(rows + 4, zero);
+  _mm_storeu_si128(rows + 5, zero);
+  _mm_storeu_si128(rows + 6, zero);
+  _mm_storeu_si128(rows + 7, zero);
 #else
   std::memset(block, 0, 64 * sizeof(int16_t));
 #endif
@@ -361,14 +370,17 @@ template <class Reader>
   return vekStsOk;
 }
 
-// DecodeBlockBits on local copies of the last DC and the end position,
-// which then live in registers rather than behind the block's stores.
+// DecodeBlockBits on local copies of the reader, the last DC and the end
+// position, which then live in registers rather than behind the block's
+// stores.
 template <class Reader>
 VekStatus DecodeBlock(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
                       int16_t& lastDc, int32_t& end) {
+  Reader local = reader;
   int32_t reached = 0;
   int16_t dcValue = lastDc;
-  const VekStatus st = DecodeBlockBits(reader, dc, ac, block, dcValue, reached);
+  const VekStatus st = DecodeBlockBits(local, dc, ac, block, dcValue, reached);
+  reader = local;
   end = reached;
   lastDc = dcValue;
   return st;
