@@ -1,5 +1,5 @@
 // Baseline Huffman coding and the bit-stream conventions: bytes against a
-// bit-by-bit model of the stated rules, stuffing, padding, markers and fill
+// bit-by-bit model of the coding rules, stuffing, padding, markers and fill
 // bytes, partial effects of a full buffer or short input (the fast path
 // giving the same bytes, positions and states), argument checks, the
 // one-value coders and the Direct variants.
@@ -47,7 +47,7 @@ Tables FullTables() {
   return Tables(t, t);
 }
 
-// ---- A bit-by-bit model of the stated encoder ----
+// ---- A bit-by-bit model of the encoder ----
 
 struct BitModel {
   std::vector<bool> bits;
@@ -121,7 +121,7 @@ TEST(HuffmanBaseline, BytesFollowTheBitModel) {
     int modelDc = 0;
     for (int b = 0; b < n; ++b) model.Block(&blocks[static_cast<std::size_t>(b) * 64], modelDc, t);
     const std::vector<uint8_t> want = model.Bytes(true);
-    // A roomy buffer (fast path) and one of exactly the size (stated path at the end).
+    // A roomy buffer (fast path) and one of exactly the size (put-by-put writer at the end).
     for (std::size_t room : {want.size() + 4096, want.size()}) {
       Encoder enc;
       std::vector<uint8_t> out(room + 8, 0xAB);
@@ -164,12 +164,12 @@ TEST(HuffmanBaseline, BytesFollowTheBitModel) {
 }
 
 // Calls with room for the fast writer and calls just short of it (the
-// stated put-by-put writer) agree after every call: bytes, position, state.
-TEST(HuffmanBaseline, FastAndStatedWritersAgreeCallByCall) {
+// put-by-put writer) agree after every call: bytes, position, state.
+TEST(HuffmanBaseline, FastAndPutByPutWritersAgreeCallByCall) {
   const Tables t = FullTables();
   const int n = 200;
   const auto blocks = RandomBlocks(n, 15, 50);
-  Encoder fast, stated;
+  Encoder fast, slow;
   std::vector<uint8_t> a(1 << 18), b(1 << 18);
   int posA = 0, posB = 0;
   Vek16s dcA = 0, dcB = 0;
@@ -178,15 +178,15 @@ TEST(HuffmanBaseline, FastAndStatedWritersAgreeCallByCall) {
     ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, a.data(), 1 << 18, &posA, &dcA, &t.dcEnc, &t.acEnc, fast.St(), 0),
               vekStsOk);
     ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, b.data(), posB + 1023, &posB, &dcB, &t.dcEnc, &t.acEnc,
-                                                 stated.St(), 0),
+                                                 slow.St(), 0),
               vekStsOk);
     ASSERT_EQ(posA, posB) << "block " << i;
-    ASSERT_EQ(fast.state, stated.state) << "block " << i;
+    ASSERT_EQ(fast.state, slow.state) << "block " << i;
   }
   EXPECT_TRUE(std::equal(a.begin(), a.begin() + posA, b.begin()));
 }
 
-TEST(HuffmanBaseline, StatedEdgeCases) {
+TEST(HuffmanBaseline, EdgeCases) {
   const Tables t = StandardTables();
   Encoder enc;
   uint8_t out[64] = {};

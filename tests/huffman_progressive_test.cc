@@ -1,4 +1,4 @@
-// Progressive Huffman coding: the stated DC cases, end-of-band runs at their
+// Progressive Huffman coding: DC edge cases, end-of-band runs at their
 // limit and correction bits past the buffer's size read back by libjpeg-turbo,
 // statistics, and the argument checks of the AC coders.
 #include <gtest/gtest.h>
@@ -40,7 +40,7 @@ struct DcTables {
   }
 };
 
-TEST(HuffmanProgressive, StatedDcCases) {
+TEST(HuffmanProgressive, DcEdgeCases) {
   DcTables t;
   States s;
   uint8_t out[8] = {};

@@ -1,4 +1,4 @@
-// Huffman table specifications: the record layouts, the stated refusals,
+// Huffman table specifications: the record layouts, refusals and acceptances,
 // canonical codes that decode to their symbols, and optimal lists against
 // libjpeg-turbo's jpeg_gen_optimal_table.
 #include <gtest/gtest.h>
@@ -82,7 +82,7 @@ TEST(HuffmanSpec, StandardLuminanceDcCodesOfTableK3) {
   EXPECT_EQ(d.maxCode[17], -1);
 }
 
-TEST(HuffmanSpec, StatedRefusalsAndAcceptances) {
+TEST(HuffmanSpec, RefusalsAndAcceptances) {
   std::array<uint8_t, 256> vals{};
   for (int i = 0; i < 256; ++i) vals[static_cast<std::size_t>(i)] = static_cast<uint8_t>(i);
   EncodeHuffmanSpec e;

@@ -53,7 +53,7 @@ TEST(LosslessPrediction, EveryPredictorFollowsTableH1AndInvertsExactly) {
   }
 }
 
-TEST(LosslessPrediction, StatedPredictions) {
+TEST(LosslessPrediction, EdgePredictions) {
   const int16_t prev[2] = {0, 4}, src[2] = {3, 3};
   int16_t diff[2];
   ASSERT_EQ(vekiDiffPredRow_JPEG_16s_C1(src, prev, diff, 2, 7), vekStsOk);

@@ -35,7 +35,7 @@ inline int32_t Extend(uint32_t bits, int category) {
   return static_cast<int32_t>(bits - (LowMask(category) & (0u - negative)));
 }
 
-// 16-bit wrap-around arithmetic on coefficients, stated as such.
+// 16-bit wrap-around arithmetic on coefficients, written out as such.
 inline int16_t Wrap16(int32_t v) { return static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(v))); }
 inline int16_t ShiftLeft16(int32_t v, int shift) { return Wrap16(static_cast<int32_t>(static_cast<uint32_t>(v) << shift)); }
 
@@ -71,7 +71,7 @@ class PutsOneByOne {
   void Finish() {}
 };
 
-// The stated writer: each put stores its whole bytes at once, stuffing a
+// The put-by-put writer: each put stores its whole bytes at once, stuffing a
 // 0x00 after every 0xFF. A put that runs out of room keeps the bytes it
 // stored and the advanced position, and leaves the bit buffer as it was.
 class StuffingWriter : public PutsOneByOne<StuffingWriter> {
@@ -221,7 +221,7 @@ struct StuffedFill {
   VekStatus status;
 };
 
-// The stated fill, byte by byte: bytes until more than 24 bits are held; a
+// The fill, byte by byte: bytes until more than 24 bits are held; a
 // 0xFF 0x00 pair is the data byte 0xFF, further 0xFF are fill, any other byte
 // after 0xFF is a marker, after which nothing is read. The status says
 // whether `needed` bits are then held; the end of the source inside a run of
@@ -276,7 +276,7 @@ class StuffedBitReader {
   }
 
  private:
-  // The stated fill when `happens`. Whether a fill happens depends on the
+  // The fill when `happens`. Whether a fill happens depends on the
   // data, so the common case (no marker, 4 bytes left, none of the bytes
   // taken is 0xFF) takes 0 to 4 bytes at once without branching on it.
   [[gnu::always_inline]] VekStatus FillIf(bool happens, int needed) {

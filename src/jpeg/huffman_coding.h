@@ -1,7 +1,7 @@
 // What the Huffman coders share above the bit stream: the walks over a
 // block (baseline, progressive AC first and refinement) written once for
 // both coding and counting symbols, the block decoders, the encoder flush
-// and the choice between the stated and the fast bit writer.
+// and the choice between the put-by-put and the fast bit writer.
 #pragma once
 
 #include <array>
@@ -39,7 +39,7 @@ VekStatus RunAndFinish(Bits&& bits, const Code& code) {
 }
 
 // Runs code(writer) with the fast writer when the call cannot run out of
-// room, else with the stated one.
+// room, else with the put-by-put one.
 template <class Code>
 VekStatus WithStuffingWriter(Vek8u* dst, int32_t length, int32_t* pos, EncodeHuffmanState* state, const Code& code) {
   if (length - *pos >= kFastWriterRoom) return RunAndFinish(FastStuffingWriter(dst, pos, state), code);
