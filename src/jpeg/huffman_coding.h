@@ -103,13 +103,14 @@ class CountSink {
   int maxAcCategory_;
 };
 
-// kRowToZigzag[r][m]: the zig-zag bits of the columns of row r set in m.
-inline constexpr auto kRowToZigzag = [] {
-  std::array<std::array<uint64_t, 256>, 8> table{};
-  for (int r = 0; r < 8; ++r) {
-    for (int m = 0; m < 256; ++m) {
-      for (int c = 0; c < 8; ++c) {
-        if (m >> c & 1) table[r][m] |= uint64_t{1} << kNaturalToZigzag[r * 8 + c];
+// kNibbleToZigzag[h][m]: the zig-zag bits of the 4 coefficients of half-row
+// h (row h / 2, columns 4 * (h % 2) on) whose bits are set in m.
+inline constexpr auto kNibbleToZigzag = [] {
+  std::array<std::array<uint64_t, 16>, 16> table{};
+  for (int h = 0; h < 16; ++h) {
+    for (int m = 0; m < 16; ++m) {
+      for (int c = 0; c < 4; ++c) {
+        if (m >> c & 1) table[h][m] |= uint64_t{1} << kNaturalToZigzag[h * 4 + c];
       }
     }
   }
@@ -150,7 +151,7 @@ inline uint64_t NonzeroRows(const int16_t* block) {
 inline uint64_t ZigzagNonzeroMask(const int16_t* block) {
   const uint64_t rows = NonzeroRows(block);
   uint64_t mask = 0;
-  for (int r = 0; r < 8; ++r) mask |= kRowToZigzag[r][(rows >> (8 * r)) & 0xFF];
+  for (int h = 0; h < 16; ++h) mask |= kNibbleToZigzag[h][(rows >> (4 * h)) & 0xF];
   return mask;
 }
 
