@@ -1,8 +1,10 @@
 # The two commands of the README:
 #   make demo   builds the library and runs the demo
 #   make test   builds everything and runs all tests
-# plus `make sanitize` (the tests under ASan + UBSan) and `make bench`.
-.PHONY: demo test sanitize bench deps
+# plus `make sanitize` (the tests under ASan + UBSan), `make fuzz` (each
+# fuzz target for a fixed number of runs under the same sanitizers) and
+# `make bench`.
+.PHONY: demo test sanitize fuzz bench deps
 
 deps:
 	bash scripts/install-deps.sh
@@ -21,6 +23,11 @@ sanitize: deps
 	cmake --preset sanitize
 	cmake --build --preset sanitize
 	ctest --preset sanitize
+
+fuzz: deps
+	cmake --preset sanitize
+	cmake --build --preset sanitize --target vekj_fuzz
+	bash scripts/run-fuzzers.sh build/sanitize/fuzz 200000
 
 bench: deps
 	cmake --preset release

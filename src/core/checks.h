@@ -23,6 +23,9 @@ class ArgCheck {
   ArgCheck& Roi(VekiRoiSize roi) { return Fail(roi.width < 1 || roi.height < 1, vekStsBadSize); }
   ArgCheck& Size(bool ok) { return Fail(!ok, vekStsBadSize); }
   ArgCheck& Arg(bool ok) { return Fail(!ok, vekStsBadArg); }
+  // A buffer position through a pointer that an earlier check has passed:
+  // below 0 is vekStsBadArg. Read only when every check so far passed.
+  ArgCheck& Position(const int* pos) { return status_ != vekStsOk ? *this : Fail(*pos < 0, vekStsBadArg); }
 
  private:
   ArgCheck& Fail(bool failed, VekStatus status) {

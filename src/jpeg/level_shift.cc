@@ -60,24 +60,25 @@ void Add128RowScalar(const int16_t* src, uint8_t* dst, int32_t width) {
 HWY_EXPORT(Sub128Row);
 HWY_EXPORT(Add128Row);
 
-VekStatus impl::vekiSub128_JPEG_8u16s_C1R(const Vek8u* pSrc, int srcStep, Vek16s* pDst, int dstStep,
-                                          VekiRoiSize roiSize) {
+// Checks the arguments in parameter order, then runs `row` over the region.
+template <class Src, class Dst>
+VekStatus ShiftRows(const Src* pSrc, int srcStep, Dst* pDst, int dstStep, VekiRoiSize roiSize,
+                    void (*row)(const Src*, Dst*, int32_t)) {
   if (VekStatus st = ArgCheck().Ptr(pSrc).Step(srcStep).Ptr(pDst).Step(dstStep).Roi(roiSize)) return st;
-  const auto row = VEK_PICK(Sub128RowScalar, Sub128Row);
   ForEachRow(roiSize.width, roiSize.height, [&](int32_t r) {
     row(RowAt(pSrc, srcStep, r), RowAt(pDst, dstStep, r), roiSize.width);
   });
   return vekStsOk;
 }
 
+VekStatus impl::vekiSub128_JPEG_8u16s_C1R(const Vek8u* pSrc, int srcStep, Vek16s* pDst, int dstStep,
+                                          VekiRoiSize roiSize) {
+  return ShiftRows(pSrc, srcStep, pDst, dstStep, roiSize, VEK_PICK(Sub128RowScalar, Sub128Row));
+}
+
 VekStatus impl::vekiAdd128_JPEG_16s8u_C1R(const Vek16s* pSrc, int srcStep, Vek8u* pDst, int dstStep,
                                           VekiRoiSize roiSize) {
-  if (VekStatus st = ArgCheck().Ptr(pSrc).Step(srcStep).Ptr(pDst).Step(dstStep).Roi(roiSize)) return st;
-  const auto row = VEK_PICK(Add128RowScalar, Add128Row);
-  ForEachRow(roiSize.width, roiSize.height, [&](int32_t r) {
-    row(RowAt(pSrc, srcStep, r), RowAt(pDst, dstStep, r), roiSize.width);
-  });
-  return vekStsOk;
+  return ShiftRows(pSrc, srcStep, pDst, dstStep, roiSize, VEK_PICK(Add128RowScalar, Add128Row));
 }
 
 }  // namespace vek

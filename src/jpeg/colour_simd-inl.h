@@ -1,0 +1,512 @@
+// Per-target vector forms of the colour layouts and formulas, on 32-bit lanes
+// or as pairwise 16-bit multiply-adds into 32 bits: every product and sum of
+// the fixed-point formulas fits, so each lane computes exactly what the plain
+// form computes for its column.
+// Included once per target from the kernel files (hwy/foreach_target.h).
+#if defined(VEK_JPEG_COLOUR_SIMD_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef VEK_JPEG_COLOUR_SIMD_INL_H_
+#undef VEK_JPEG_COLOUR_SIMD_INL_H_
+#else
+#define VEK_JPEG_COLOUR_SIMD_INL_H_
+#endif
+
+#include <hwy/highway.h>
+
+#include <array>
+#include <type_traits>
+
+#include "jpeg/colour_groups.h"
+#include "jpeg/colour_rows.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vek::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class D>
+struct VPx {
+  hn::Vec<D> c[4];
+};
+
+// ---- Layouts ---------------------------------------------------------------------
+
+// Interleaved pixels as byte vectors, channel i at byte kOffset[i] of a pixel;
+// a three-channel 4-byte pixel gets `fill` in its fourth byte.
+template <class Layout, class D8>
+void LoadChannels(D8 d8, const uint8_t* p, hn::Vec<D8> (&v)[4]) {
+  hn::Vec<D8> raw[4];
+  if constexpr (Layout::kPixelBytes == 3) {
+    hn::LoadInterleaved3(d8, p, raw[0], raw[1], raw[2]);
+    raw[3] = raw[0];
+  } else {
+    hn::LoadInterleaved4(d8, p, raw[0], raw[1], raw[2], raw[3]);
+  }
+  for (int c = 0; c < 4; ++c) v[c] = raw[Layout::kOffset[c]];
+}
+
+template <class Layout, class D8>
+void StoreChannels(D8 d8, const hn::Vec<D8> (&v)[4], uint8_t fill, uint8_t* p) {
+  hn::Vec<D8> raw[4];
+  for (int c = 0; c < Layout::kChannels; ++c) raw[Layout::kOffset[c]] = v[c];
+  if constexpr (Layout::kPixelBytes == 3) {
+    hn::StoreInterleaved3(raw[0], raw[1], raw[2], d8, p);
+  } else {
+    if constexpr (Layout::kChannels == 3) raw[Layout::kOffset[3]] = hn::Set(d8, fill);
+    hn::StoreInterleaved4(raw[0], raw[1], raw[2], raw[3], d8, p);
+  }
+}
+
+// Lane tables for pairs of pixels: alternating between the two halves
+// (0, n/2, 1, n/2 + 1, ...), or each lane twice (0, 0, 1, 1, ...).
+template <class D>
+std::array<int32_t, 16> PairIndices(bool alternate) {
+  const auto n = static_cast<int32_t>(hn::Lanes(D()));
+  std::array<int32_t, 16> idx{};
+  for (int32_t i = 0; i < n; ++i) idx[static_cast<std::size_t>(i)] = alternate ? (i % 2) * (n / 2) + i / 2 : i / 2;
+  return idx;
+}
+
+template <class In, class D>
+VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
+  using colour::Kind;
+  const hn::Rebind<uint8_t, D> d8;
+  VPx<D> v;
+  if constexpr (In::kKind == Kind::kInterleaved) {
+    hn::Vec<decltype(d8)> bytes[4];
+    LoadChannels<In>(d8, colour::Ptr<uint8_t>(row, 0) + In::kPixelBytes * x, bytes);
+    for (int c = 0; c < 4; ++c) v.c[c] = hn::PromoteTo(d, bytes[c]);
+  } else if constexpr (In::kKind == Kind::kPlanes) {
+    for (int c = 0; c < In::kChannels; ++c) v.c[c] = hn::PromoteTo(d, hn::LoadU(d8, colour::Ptr<uint8_t>(row, c) + x));
+    for (int c = In::kChannels; c < 4; ++c) v.c[c] = hn::Zero(d);
+#if HWY_TARGET != HWY_SCALAR
+  } else if constexpr (In::kKind == Kind::kPairs) {
+    // n pixels are n/2 pairs Y0 Cb Y1 Cr: the Ys take turns, the chroma of a
+    // pair serves both its pixels.
+    const hn::Half<D> dh;
+    const hn::Rebind<uint8_t, decltype(dh)> dh8;
+    hn::Vec<decltype(dh8)> y0, cb, y1, cr;
+    hn::LoadInterleaved4(dh8, colour::Ptr<uint8_t>(row, 0) + 2 * x, y0, cb, y1, cr);
+    const auto both = [&](hn::Vec<decltype(dh8)> a, hn::Vec<decltype(dh8)> b) {
+      return hn::Combine(d, hn::PromoteTo(dh, b), hn::PromoteTo(dh, a));
+    };
+    v.c[0] = hn::TableLookupLanes(both(y0, y1), hn::SetTableIndices(d, PairIndices<D>(true).data()));
+    v.c[1] = hn::TableLookupLanes(both(cb, cb), hn::SetTableIndices(d, PairIndices<D>(false).data()));
+    v.c[2] = hn::TableLookupLanes(both(cr, cr), hn::SetTableIndices(d, PairIndices<D>(false).data()));
+    v.c[3] = hn::Zero(d);
+#endif
+  } else {
+    static_assert(In::kKind == Kind::kPacked);
+    const hn::Rebind<uint16_t, D> d16;
+    const hn::Rebind<uint32_t, D> du32;
+    const auto p = hn::BitCast(d, hn::PromoteTo(du32, hn::LoadU(d16, colour::Ptr<uint16_t>(row, 0) + x)));
+    const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(d, 31)));
+    const auto mid = In::kIs565 ? hn::ShiftRight<3>(hn::And(p, hn::Set(d, 2016)))
+                                : hn::ShiftRight<2>(hn::And(p, hn::Set(d, 992)));
+    const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(d, 63488)))
+                                 : hn::ShiftRight<7>(hn::And(p, hn::Set(d, 31744)));
+    v.c[0] = In::kIsRedFirst ? low : high;
+    v.c[1] = mid;
+    v.c[2] = In::kIsRedFirst ? high : low;
+    v.c[3] = hn::Zero(d);
+  }
+  return v;
+}
+
+// Values are saturated to 0..255 on the way out.
+template <class Out, class D>
+void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx<D>& v, uint8_t fill) {
+  using colour::Kind;
+  const hn::Rebind<uint8_t, D> d8;
+  if constexpr (Out::kKind == Kind::kInterleaved) {
+    hn::Vec<decltype(d8)> bytes[4];
+    for (int c = 0; c < Out::kChannels; ++c) bytes[c] = hn::DemoteTo(d8, v.c[c]);
+    StoreChannels<Out>(d8, bytes, fill, colour::Ptr<uint8_t>(row, 0) + Out::kPixelBytes * x);
+  } else if constexpr (Out::kKind == Kind::kPlanes) {
+    for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(hn::DemoteTo(d8, v.c[c]), d8, colour::Ptr<uint8_t>(row, c) + x);
+#if HWY_TARGET != HWY_SCALAR
+  } else if constexpr (Out::kKind == Kind::kPairs) {
+    // Even pixels give Y0 and the pair's chroma, odd pixels Y1.
+    const hn::Half<D> dh;
+    const hn::Rebind<uint8_t, decltype(dh)> dh8;
+    const auto even = [&](hn::Vec<D> a) { return hn::DemoteTo(dh8, hn::LowerHalf(dh, hn::ConcatEven(d, a, a))); };
+    const auto odd = hn::DemoteTo(dh8, hn::LowerHalf(dh, hn::ConcatOdd(d, v.c[0], v.c[0])));
+    hn::StoreInterleaved4(even(v.c[0]), even(v.c[1]), odd, even(v.c[2]), dh8, colour::Ptr<uint8_t>(row, 0) + 2 * x);
+#endif
+  } else {
+    static_assert(Out::kKind == Kind::kPacked);
+    const auto zero = hn::Zero(d), max = hn::Set(d, 255);
+    const auto first = hn::Min(hn::Max(v.c[0], zero), max), mid = hn::Min(hn::Max(v.c[1], zero), max),
+               third = hn::Min(hn::Max(v.c[2], zero), max);
+    const auto low = Out::kIsRedFirst ? first : third, high = Out::kIsRedFirst ? third : first;
+    const auto word = Out::kIs565
+                          ? hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<2>(mid))),
+                                   hn::ShiftLeft<11>(hn::ShiftRight<3>(high)))
+                          : hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<3>(mid))),
+                                   hn::ShiftLeft<10>(hn::ShiftRight<3>(high)));
+    const hn::Rebind<uint16_t, D> d16;
+    hn::StoreU(hn::DemoteTo(d16, word), d16, colour::Ptr<uint16_t>(row, 0) + x);
+  }
+}
+
+// ---- Formulas --------------------------------------------------------------------
+
+// a*ka + b*kb + c*kc + k
+template <class D, class V = hn::Vec<D>>
+V Dot(D d, V a, int32_t ka, V b, int32_t kb, V c, int32_t kc, int32_t k) {
+  return hn::Add(hn::Add(hn::Mul(a, hn::Set(d, ka)), hn::Mul(b, hn::Set(d, kb))),
+                 hn::Add(hn::Mul(c, hn::Set(d, kc)), hn::Set(d, k)));
+}
+
+template <class D>
+VPx<D> Forward15(D d, const VPx<D>& p) {
+  VPx<D> o;
+  o.c[0] = hn::ShiftRight<15>(Dot(d, p.c[0], 9798, p.c[1], 19235, p.c[2], 3736, 16266));
+  o.c[1] = hn::ShiftRight<15>(Dot(d, p.c[0], -5529, p.c[1], -10855, p.c[2], 16384, 4210688));
+  o.c[2] = hn::ShiftRight<15>(Dot(d, p.c[0], 16384, p.c[1], -13720, p.c[2], -2664, 4210704));
+  o.c[3] = p.c[3];
+  return o;
+}
+
+template <class D>
+VPx<D> Forward14(D d, const VPx<D>& p, colour::CbWeights cb) {
+  VPx<D> o;
+  o.c[0] = hn::ShiftRight<14>(Dot(d, p.c[0], 4899, p.c[1], 9617, p.c[2], 1868, 8192));
+  o.c[1] = hn::ShiftRight<14>(Dot(d, p.c[0], cb.r, p.c[1], cb.g, p.c[2], 8192, 2105344));
+  o.c[2] = hn::ShiftRight<14>(Dot(d, p.c[0], 8192, p.c[1], -6860, p.c[2], -1332, 2105344));
+  o.c[3] = p.c[3];
+  return o;
+}
+
+// The scale-2^14 inverse. With 8-bit chroma every chroma term lies within
+// -227..226, so the 16-bit saturation of the plain form never acts here.
+template <class D>
+VPx<D> Inverse14(D d, const VPx<D>& p, colour::InverseOffsets k) {
+  const auto zero = hn::Zero(d);
+  VPx<D> o;
+  o.c[0] = hn::Add(p.c[0], hn::ShiftRight<14>(Dot(d, p.c[2], 22970, zero, 0, zero, 0, k.r)));
+  o.c[1] = hn::Add(p.c[0], hn::ShiftRight<14>(Dot(d, p.c[1], -5638, p.c[2], -11700, zero, 0, k.g)));
+  o.c[2] = hn::Add(p.c[0], hn::ShiftRight<14>(Dot(d, p.c[1], 29032, zero, 0, zero, 0, k.b)));
+  o.c[3] = p.c[3];
+  return o;
+}
+
+template <class D>
+VPx<D> VectorFormula(colour::ForwardGroupsOf8, D d, const VPx<D>& p) {
+  return Forward15(d, p);
+}
+template <class D>
+VPx<D> VectorFormula(colour::Forward15Everywhere, D d, const VPx<D>& p) {
+  return Forward15(d, p);
+}
+template <int32_t kCbR, class D>
+VPx<D> VectorFormula(colour::Forward14Everywhere<kCbR>, D d, const VPx<D>& p) {
+  return Forward14(d, p, colour::Forward14Everywhere<kCbR>::kCb);
+}
+template <class D>
+VPx<D> VectorFormula(colour::ForwardCmyk, D d, const VPx<D>& p) {
+  const auto max = hn::Set(d, 255);
+  const auto r = hn::Sub(max, p.c[0]), g = hn::Sub(max, p.c[1]), b = hn::Sub(max, p.c[2]);
+  VPx<D> o;
+  o.c[0] = hn::ShiftRight<16>(Dot(d, r, 19595, g, 38470, b, 7471, 32768));
+  o.c[1] = hn::ShiftRight<16>(Dot(d, r, -11059, g, -21709, b, 32768, 8421375));
+  o.c[2] = hn::ShiftRight<16>(Dot(d, r, 32768, g, -27439, b, -5329, 8421375));
+  o.c[3] = p.c[3];
+  return o;
+}
+template <class D>
+VPx<D> VectorFormula(colour::InverseGroupsOf4, D d, const VPx<D>& p) {
+  return Inverse14(d, p, colour::kPlaneOffsets);
+}
+template <class D>
+VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
+  VPx<D> o = Inverse14(d, p, colour::kPlaneOffsets);
+  const auto zero = hn::Zero(d), max = hn::Set(d, 255);
+  for (int c = 0; c < 3; ++c) o.c[c] = hn::Sub(max, hn::Min(hn::Max(o.c[c], zero), max));
+  return o;
+}
+
+// ---- Forward formulas on 16-bit pairs ------------------------------------------------
+//
+// The forward 8-bit formulas as two pairwise 16-bit multiply-adds per output:
+// (R, G) . (wR, wG) + (B, 1) . (wB, c) + k, with c + k the formula's
+// constant. Pixels are paired with their neighbours by interleaving the
+// lower and the upper lanes of each 128-bit block; narrowing the two halves
+// back block by block restores the pixel order.
+
+#if HWY_TARGET != HWY_SCALAR
+
+struct MaddOutput {
+  int16_t wr, wg, wb, c;
+  int32_t k;
+};
+struct MaddFormula {
+  MaddOutput out[3];
+  int shift;
+};
+
+inline constexpr MaddFormula kMadd15 = {
+    {{9798, 19235, 3736, 16266, 0}, {-5529, -10855, 16384, 16384, 4194304}, {16384, -13720, -2664, 16400, 4194304}},
+    15};
+constexpr MaddFormula Madd14(colour::CbWeights cb) {
+  return {{{4899, 9617, 1868, 8192, 0},
+           {static_cast<int16_t>(cb.r), static_cast<int16_t>(cb.g), 8192, 8192, 2097152},
+           {8192, -6860, -1332, 8192, 2097152}},
+          14};
+}
+
+// Which forward kernels take this path: RGB sources (not CMYK).
+template <class In, class F>
+constexpr bool kForwardMadd =
+    (In::kKind == colour::Kind::kInterleaved || In::kKind == colour::Kind::kPlanes ||
+     In::kKind == colour::Kind::kPacked) &&
+    In::kChannels == 3 &&
+    !std::is_same_v<F, colour::ForwardCmyk> && !std::is_same_v<F, colour::InverseGroupsOf4> &&
+    !std::is_same_v<F, colour::InverseCmyk>;
+
+template <class F>
+constexpr MaddFormula MaddOf() {
+  if constexpr (std::is_same_v<F, colour::ForwardGroupsOf8> || std::is_same_v<F, colour::Forward15Everywhere>) {
+    return kMadd15;
+  } else {
+    return Madd14(F::kCb);
+  }
+}
+
+// A 16-bit vector of (first, second) pairs.
+template <class D16>
+hn::Vec<D16> WeightPair(D16 d16, int16_t first, int16_t second) {
+  const hn::Repartition<int32_t, D16> d32;
+  return hn::BitCast(d16, hn::Set(d32, static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(first)) |
+                                                           static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16)));
+}
+
+// Lane k: a[2k] w[2k] + a[2k+1] w[2k+1], exactly, in 32 bits.
+template <class D16>
+hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, hn::Vec<D16> w) {
+  const hn::Repartition<int32_t, D16> d32;
+  auto odd = hn::Zero(d32);
+  const auto even = hn::ReorderWidenMulAccumulate(d32, a, w, hn::Zero(d32), odd);
+  return hn::RearrangeToOddPlusEven(even, odd);
+}
+
+// ((a1, b1) . (wa1, wb1) + (a2, b2) . (wa2, wb2) + k) >> kShift for 16-bit
+// lanes, narrowed to 16 bits in lane order.
+template <int kShift, class D16>
+hn::Vec<D16> Dot2(D16 d16, hn::Vec<D16> a1, hn::Vec<D16> b1, int16_t wa1, int16_t wb1, hn::Vec<D16> a2,
+                  hn::Vec<D16> b2, int16_t wa2, int16_t wb2, int32_t k) {
+  const hn::Repartition<int32_t, D16> d32;
+  const auto w1 = WeightPair(d16, wa1, wb1), w2 = WeightPair(d16, wa2, wb2);
+  const auto kk = hn::Set(d32, k);
+  const auto lo = hn::Add(hn::Add(PairDot(d16, hn::InterleaveLower(d16, a1, b1), w1),
+                                  PairDot(d16, hn::InterleaveLower(d16, a2, b2), w2)), kk);
+  const auto hi = hn::Add(hn::Add(PairDot(d16, hn::InterleaveUpper(d16, a1, b1), w1),
+                                  PairDot(d16, hn::InterleaveUpper(d16, a2, b2), w2)), kk);
+  return hn::ReorderDemote2To(d16, hn::ShiftRight<kShift>(lo), hn::ShiftRight<kShift>(hi));
+}
+
+// One output of a forward formula for the 16-bit pixels r, g, b, narrowed to
+// 16 bits in pixel order.
+template <int kShift, class D16>
+hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b, const MaddOutput& o) {
+  return Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, o.k);
+}
+
+// CMYK to YCCK at scale 2^16 on pairs: the weights above 2^15 go in two
+// halves, (G', G') . (19235, 19235) for 38470 G' and (X, X) . (16384, 16384)
+// for 32768 X.
+template <class In, class Out>
+void CmykMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  hn::Vec<decltype(d8)> bytes[4];
+  if constexpr (In::kKind == colour::Kind::kInterleaved) {
+    LoadChannels<In>(d8, colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x, bytes);
+  } else {
+    for (int c = 0; c < 4; ++c) bytes[c] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x);
+  }
+  const auto r = hn::PromoteTo(d16, hn::Not(bytes[0])), g = hn::PromoteTo(d16, hn::Not(bytes[1])),
+             b = hn::PromoteTo(d16, hn::Not(bytes[2]));
+  const hn::Vec<decltype(d8)> out[4] = {
+      hn::DemoteTo(d8, Dot2<16>(d16, r, b, 19595, 7471, g, g, 19235, 19235, 32768)),
+      hn::DemoteTo(d8, Dot2<16>(d16, r, g, -11059, -21709, b, b, 16384, 16384, 8421375)),
+      hn::DemoteTo(d8, Dot2<16>(d16, r, r, 16384, 16384, g, b, -27439, -5329, 8421375)), bytes[3]};
+  static_assert(Out::kKind == colour::Kind::kPlanes && Out::kChannels == 4);
+  for (int c = 0; c < 4; ++c) hn::StoreU(out[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
+}
+
+// Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
+// outputs stored.
+template <class In, class Out, class F>
+void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  hn::Vec<decltype(d16)> r, g, b;
+  if constexpr (In::kKind == colour::Kind::kPacked) {
+    // Fields moved to the top of a byte, as the plain form unpacks them.
+    const hn::RebindToUnsigned<decltype(d16)> du16;
+    const auto p = hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x);
+    const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(du16, 31)));
+    const auto mid = In::kIs565 ? hn::ShiftRight<3>(hn::And(p, hn::Set(du16, 2016)))
+                                : hn::ShiftRight<2>(hn::And(p, hn::Set(du16, 992)));
+    const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(du16, 63488)))
+                                 : hn::ShiftRight<7>(hn::And(p, hn::Set(du16, 31744)));
+    r = hn::BitCast(d16, In::kIsRedFirst ? low : high);
+    g = hn::BitCast(d16, mid);
+    b = hn::BitCast(d16, In::kIsRedFirst ? high : low);
+  } else {
+    hn::Vec<decltype(d8)> bytes[4];
+    if constexpr (In::kKind == colour::Kind::kInterleaved) {
+      LoadChannels<In>(d8, colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x, bytes);
+    } else {
+      for (int c = 0; c < 3; ++c) bytes[c] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x);
+    }
+    r = hn::PromoteTo(d16, bytes[0]);
+    g = hn::PromoteTo(d16, bytes[1]);
+    b = hn::PromoteTo(d16, bytes[2]);
+  }
+  constexpr MaddFormula f = MaddOf<F>();
+  for (int c = 0; c < Out::kChannels; ++c) {
+    const auto v = f.shift == 15 ? ForwardOutput<15>(d16, r, g, b, f.out[c]) : ForwardOutput<14>(d16, r, g, b, f.out[c]);
+    hn::StoreU(hn::DemoteTo(d8, v), d8, colour::Ptr<uint8_t>(dst, c) + x);
+  }
+}
+
+// The scale-2^14 inverse on 16-bit pairs: the chroma terms as
+// (Cr, 1) . (22970, 721) >> 14 - 179, (Cb, Cr) . (-5638, -11700) + 2227566 >> 14
+// and (Cb, 1) . (29032, 11207) >> 14 - 227 (the constants split into a
+// multiple of 2^14, which passes the shift, and a 16-bit rest); each added
+// to Y in 16 bits and saturated to a byte. With 8-bit chroma the terms never
+// reach the 16-bit saturation of the plain form.
+template <class In, class Out, class F>
+constexpr bool kInverseMadd = std::is_same_v<F, colour::InverseGroupsOf4> || std::is_same_v<F, colour::InverseCmyk>;
+
+// The three chroma terms of 16-bit Cb and Cr, in pixel order.
+template <class D16>
+void InverseTerms(D16 d16, hn::Vec<D16> cb, hn::Vec<D16> cr, hn::Vec<D16> (&t)[3]) {
+  const hn::Repartition<int32_t, D16> d32;
+  const auto one = hn::Set(d16, 1);
+  const auto term = [&](hn::Vec<D16> a, hn::Vec<D16> b, int16_t wa, int16_t wb, int32_t k, int16_t after) {
+    const auto w = WeightPair(d16, wa, wb);
+    const auto kk = hn::Set(d32, k);
+    const auto lo = hn::ShiftRight<14>(hn::Add(PairDot(d16, hn::InterleaveLower(d16, a, b), w), kk));
+    const auto hi = hn::ShiftRight<14>(hn::Add(PairDot(d16, hn::InterleaveUpper(d16, a, b), w), kk));
+    return hn::Add(hn::ReorderDemote2To(d16, lo, hi), hn::Set(d16, after));
+  };
+  t[0] = term(cr, one, 22970, 721, 0, -179);
+  t[1] = term(cb, cr, -5638, -11700, 2227566, 0);
+  t[2] = term(cb, one, 29032, 11207, 0, -227);
+}
+
+template <class In, class Out, class F>
+void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  const auto y = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 0) + x));
+  const auto cb = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 1) + x));
+  const auto cr = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 2) + x));
+  hn::Vec<decltype(d16)> t[3];
+  InverseTerms(d16, cb, cr, t);
+  hn::Vec<decltype(d8)> v[4] = {hn::DemoteTo(d8, hn::Add(y, t[0])), hn::DemoteTo(d8, hn::Add(y, t[1])),
+                                hn::DemoteTo(d8, hn::Add(y, t[2])), hn::Zero(d8)};
+  if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
+    for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
+    v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);
+  }
+  if constexpr (Out::kKind == colour::Kind::kInterleaved) {
+    StoreChannels<Out>(d8, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
+  } else if constexpr (Out::kKind == colour::Kind::kPlanes) {
+    for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(v[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
+  } else {
+    static_assert(Out::kKind == colour::Kind::kPacked);
+    const hn::RebindToUnsigned<decltype(d16)> du16;
+    const auto first = hn::PromoteTo(du16, v[0]), mid = hn::PromoteTo(du16, v[1]), third = hn::PromoteTo(du16, v[2]);
+    const auto low = Out::kIsRedFirst ? first : third, high = Out::kIsRedFirst ? third : first;
+    const auto word = Out::kIs565 ? hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<2>(mid))),
+                                           hn::ShiftLeft<11>(hn::ShiftRight<3>(high)))
+                                  : hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<3>(mid))),
+                                           hn::ShiftLeft<10>(hn::ShiftRight<3>(high)));
+    hn::StoreU(word, du16, colour::Ptr<uint16_t>(dst, 0) + x);
+  }
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+
+// ---- Group formulas (colour_groups.h) on vectors ------------------------------------
+
+template <class D>
+hn::Vec<D> Clamp(D d, hn::Vec<D> v, int32_t lo, int32_t hi) {
+  return hn::Min(hn::Max(v, hn::Set(d, lo)), hn::Set(d, hi));
+}
+
+template <bool kCmyk, class D>
+VPx<D> GroupTerms(colour::BlockForward<kCmyk>, D d, const VPx<D>& p) {
+  const auto max = hn::Set(d, 255);
+  const auto r = kCmyk ? hn::Sub(max, p.c[0]) : p.c[0], g = kCmyk ? hn::Sub(max, p.c[1]) : p.c[1],
+             b = kCmyk ? hn::Sub(max, p.c[2]) : p.c[2];
+  VPx<D> t;
+  t.c[0] = Dot(d, r, 4899, g, 9617, b, 1868, 0);
+  t.c[1] = Dot(d, r, colour::kCb2764.r, g, colour::kCb2764.g, b, 8192, 0);
+  t.c[2] = Dot(d, r, 8192, g, -6860, b, -1332, 0);
+  t.c[3] = p.c[3];
+  return t;
+}
+template <bool kCmyk, class D>
+hn::Vec<D> GroupLuma(colour::BlockForward<kCmyk>, D d, hn::Vec<D> y) {
+  return hn::ShiftRight<14>(hn::Add(y, hn::Set(d, -2088960)));
+}
+template <bool kCmyk, class D>
+hn::Vec<D> GroupK(colour::BlockForward<kCmyk>, D d, hn::Vec<D> k) {
+  return hn::Sub(k, hn::Set(d, 128));
+}
+template <bool kCmyk, class D>
+hn::Vec<D> GroupChroma(colour::BlockForward<kCmyk>, D d, hn::Vec<D> sum, int log2n) {
+  return hn::ShiftRightSame(hn::Add(sum, hn::Set(d, 1 << (13 + log2n))), 14 + log2n);
+}
+
+template <class D>
+VPx<D> GroupTerms(colour::SampleForward, D, const VPx<D>& p) {
+  return p;
+}
+template <class D>
+hn::Vec<D> GroupLuma(colour::SampleForward, D d, hn::Vec<D> y) {
+  return hn::Sub(y, hn::Set(d, 128));
+}
+template <class D>
+hn::Vec<D> GroupK(colour::SampleForward, D d, hn::Vec<D>) {
+  return hn::Zero(d);
+}
+template <class D>
+hn::Vec<D> GroupChroma(colour::SampleForward, D d, hn::Vec<D> sum, int log2n) {
+  return hn::ShiftRightSame(hn::Sub(sum, hn::Set(d, 128 << log2n)), log2n);
+}
+
+// Level-shifted block values to pixels; inputs may be any 16-bit value, so
+// the chroma terms are saturated to 16 bits as in the plain form.
+template <bool kCmyk, class D>
+VPx<D> GroupInverse(colour::BlockInverse<kCmyk>, D d, const VPx<D>& p) {
+  const auto zero = hn::Zero(d);
+  const auto term = [&](hn::Vec<D> sum) {
+    return Clamp(d, hn::ShiftRight<14>(hn::Add(sum, hn::Set(d, 2105344))), -32768, 32767);
+  };
+  VPx<D> o;
+  o.c[0] = Clamp(d, hn::Add(p.c[0], term(Dot(d, p.c[2], 22970, zero, 0, zero, 0, 0))), 0, 255);
+  o.c[1] = Clamp(d, hn::Add(p.c[0], term(Dot(d, p.c[1], -5638, p.c[2], -11700, zero, 0, 0))), 0, 255);
+  o.c[2] = Clamp(d, hn::Add(p.c[0], term(Dot(d, p.c[1], 29032, zero, 0, zero, 0, 0))), 0, 255);
+  o.c[3] = zero;
+  if constexpr (kCmyk) {
+    const auto max = hn::Set(d, 255);
+    for (int c = 0; c < 3; ++c) o.c[c] = hn::Sub(max, o.c[c]);
+    o.c[3] = Clamp(d, hn::Add(p.c[3], hn::Set(d, 128)), 0, 255);
+  }
+  return o;
+}
+template <class D>
+VPx<D> GroupInverse(colour::SampleInverse, D d, const VPx<D>& p) {
+  VPx<D> o;
+  for (int c = 0; c < 4; ++c) o.c[c] = Clamp(d, hn::Add(p.c[c], hn::Set(d, 128)), 0, 255);
+  return o;
+}
+
+}  // namespace vek::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // VEK_JPEG_COLOUR_SIMD_INL_H_

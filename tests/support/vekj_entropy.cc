@@ -1,0 +1,514 @@
+#include "support/vekj_entropy.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "vekj.h"
+
+namespace vek::test {
+namespace {
+
+[[noreturn]] [[gnu::noinline]] void Fail(VekStatus st, const char* what) {
+  throw std::runtime_error(std::string(what) + " returned " + std::to_string(st));
+}
+
+inline void Check(VekStatus st, const char* what) {
+  if (st != vekStsOk) [[unlikely]] Fail(st, what);
+}
+
+struct EncodeTableFree {
+  void operator()(EncodeHuffmanSpec* p) const { vekiEncodeHuffmanSpecFree_JPEG_8u(p); }
+};
+struct DecodeTableFree {
+  void operator()(DecodeHuffmanSpec* p) const { vekiDecodeHuffmanSpecFree_JPEG_8u(p); }
+};
+struct EncodeStateFree {
+  void operator()(EncodeHuffmanState* p) const { vekiEncodeHuffmanStateFree_JPEG_8u(p); }
+};
+struct DecodeStateFree {
+  void operator()(DecodeHuffmanState* p) const { vekiDecodeHuffmanStateFree_JPEG_8u(p); }
+};
+using EncodeTable = std::unique_ptr<EncodeHuffmanSpec, EncodeTableFree>;
+using DecodeTable = std::unique_ptr<DecodeHuffmanSpec, DecodeTableFree>;
+using EncodeState = std::unique_ptr<EncodeHuffmanState, EncodeStateFree>;
+using DecodeState = std::unique_ptr<DecodeHuffmanState, DecodeStateFree>;
+
+std::array<uint8_t, 256> PaddedValues(const JpegHuffmanTable& t) {
+  std::array<uint8_t, 256> vals{};
+  std::copy_n(t.vals.begin(), std::min<std::size_t>(t.vals.size(), 256), vals.begin());
+  return vals;
+}
+
+EncodeTable MakeEncodeTable(const std::optional<JpegHuffmanTable>& t) {
+  if (!t) return nullptr;
+  const auto vals = PaddedValues(*t);
+  EncodeHuffmanSpec* spec = nullptr;
+  Check(vekiEncodeHuffmanSpecInitAlloc_JPEG_8u(t->bits.data(), vals.data(), &spec), "EncodeHuffmanSpecInitAlloc");
+  return EncodeTable(spec);
+}
+
+DecodeTable MakeDecodeTable(const std::optional<JpegHuffmanTable>& t) {
+  if (!t) return nullptr;
+  const auto vals = PaddedValues(*t);
+  DecodeHuffmanSpec* spec = nullptr;
+  Check(vekiDecodeHuffmanSpecInitAlloc_JPEG_8u(t->bits.data(), vals.data(), &spec), "DecodeHuffmanSpecInitAlloc");
+  return DecodeTable(spec);
+}
+
+EncodeState MakeEncodeState() {
+  EncodeHuffmanState* state = nullptr;
+  Check(vekiEncodeHuffmanStateInitAlloc_JPEG_8u(&state), "EncodeHuffmanStateInitAlloc");
+  return EncodeState(state);
+}
+
+DecodeState MakeDecodeState() {
+  DecodeHuffmanState* state = nullptr;
+  Check(vekiDecodeHuffmanStateInitAlloc_JPEG_8u(&state), "DecodeHuffmanStateInitAlloc");
+  return DecodeState(state);
+}
+
+enum class ScanKind { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
+
+ScanKind KindOf(const JpegFrame& frame, const JpegScan& scan) {
+  if (frame.marker != 0xC2) return ScanKind::kSequential;
+  if (scan.ss == 0) return scan.ah == 0 ? ScanKind::kDcFirst : ScanKind::kDcRefine;
+  return scan.ah == 0 ? ScanKind::kAcFirst : ScanKind::kAcRefine;
+}
+
+bool UsesDcTables(ScanKind kind) { return kind == ScanKind::kSequential || kind == ScanKind::kDcFirst; }
+bool UsesAcTables(ScanKind kind) {
+  return kind == ScanKind::kSequential || kind == ScanKind::kAcFirst || kind == ScanKind::kAcRefine;
+}
+
+// The optimal lists for symbol counts, from vekj's statistics.
+JpegHuffmanTable OptimalTable(const std::array<Vek32u, 256>& counts) {
+  std::array<int, 256> stats{};
+  std::copy(counts.begin(), counts.end(), stats.begin());
+  JpegHuffmanTable t;
+  std::array<Vek8u, 256> vals{};
+  Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(stats.data(), t.bits.data(), vals.data()), "EncodeHuffmanRawTableInit");
+  int total = 0;
+  for (uint8_t b : t.bits) total += b;
+  t.vals.assign(vals.begin(), vals.begin() + total);
+  return t;
+}
+
+// The tables a scan uses, built once each, and those of each scan component.
+template <class Table>
+struct ScanTableSet {
+  std::array<Table, 4> dc, ac;
+  std::vector<const typename Table::element_type*> dcOf, acOf;
+};
+
+template <class Table, class Make>
+ScanTableSet<Table> ScanTables(const JpegScan& scan, ScanKind kind, const Make& make) {
+  ScanTableSet<Table> set;
+  for (const JpegScanComponent& sc : scan.components) {
+    const auto d = static_cast<std::size_t>(sc.dcTable), a = static_cast<std::size_t>(sc.acTable);
+    if (UsesDcTables(kind) && !set.dc.at(d)) set.dc[d] = make(scan.dc[d]);
+    if (UsesAcTables(kind) && !set.ac.at(a)) set.ac[a] = make(scan.ac[a]);
+    set.dcOf.push_back(set.dc[d].get());
+    set.acOf.push_back(set.ac[a].get());
+  }
+  return set;
+}
+
+// Calls block(scanComponent, coefs) for the blocks of a scan in coding
+// order (MCU by MCU when interleaved), and restart(n) before the n-th
+// restart interval after the first.
+template <class Block, class Restart>
+void ForEachBlock(const JpegScan& scan, CoefImage& image, const Block& block, const Restart& restart) {
+  const auto component = [&](std::size_t s) -> CoefComponent& {
+    return image.components.at(static_cast<std::size_t>(scan.components[s].index));
+  };
+  int mcu = 0, restarts = 0;
+  const auto startMcu = [&] {
+    if (scan.restartInterval != 0 && mcu != 0 && mcu % scan.restartInterval == 0) restart(restarts++);
+    ++mcu;
+  };
+  if (scan.components.size() == 1) {
+    CoefComponent& comp = component(0);
+    for (int by = 0; by < comp.heightInBlocks; ++by) {
+      for (int bx = 0; bx < comp.widthInBlocks; ++bx) {
+        startMcu();
+        block(0, comp.Block(bx, by));
+      }
+    }
+    return;
+  }
+  const int mcusX = component(0).stride / component(0).h, mcusY = component(0).rows / component(0).v;
+  for (int my = 0; my < mcusY; ++my) {
+    for (int mx = 0; mx < mcusX; ++mx) {
+      startMcu();
+      for (std::size_t s = 0; s < scan.components.size(); ++s) {
+        CoefComponent& comp = component(s);
+        for (int y = 0; y < comp.v; ++y) {
+          for (int x = 0; x < comp.h; ++x) block(static_cast<int>(s), comp.Block(mx * comp.h + x, my * comp.v + y));
+        }
+      }
+    }
+  }
+}
+
+// Where a scan's decoding stands.
+struct ScanReader {
+  const Vek8u* src;
+  int length;
+  int pos;
+  int marker;
+  std::array<Vek16s, 4> lastDc;
+  DecodeHuffmanState* state;
+};
+
+// Past the next restart marker, unless the decoder already stopped there.
+void SkipToRestart(const std::vector<uint8_t>& data, int& pos, int& marker) {
+  if (marker == 0) {
+    const auto size = static_cast<int>(data.size());
+    while (pos + 1 < size && !(data[pos] == 0xFF && data[pos + 1] >= 0xD0 && data[pos + 1] <= 0xD7)) ++pos;
+    if (pos + 1 >= size) throw std::runtime_error("restart marker missing");
+    pos += 2;
+  } else if (marker < 0xD0 || marker > 0xD7) {
+    throw std::runtime_error("marker " + std::to_string(marker) + " inside a scan");
+  }
+  marker = 0;
+}
+
+// Decodes every block of the scan with decodeOne(scanComponent, block, read
+// position), restarting at each restart interval.
+template <class DecodeOne>
+void DecodeBlocks(const JpegScan& scan, CoefImage& image, DecodeState& state, const DecodeOne& decodeOne) {
+  ScanReader in{scan.data.data(), static_cast<int>(scan.data.size()), 0, 0, {}, state.get()};
+  ForEachBlock(
+      scan, image, [&](int s, int16_t* block) { Check(decodeOne(s, block, in), "decoding a block"); },
+      [&](int) {
+        SkipToRestart(scan.data, in.pos, in.marker);
+        Check(vekiDecodeHuffmanStateInit_JPEG_8u(state.get()), "DecodeHuffmanStateInit");
+        in.lastDc.fill(0);
+      });
+}
+
+void DecodeScan(const JpegFrame& frame, const JpegScan& scan, CoefImage& image) {
+  const ScanKind kind = KindOf(frame, scan);
+  const auto tables = ScanTables<DecodeTable>(scan, kind, MakeDecodeTable);
+  const auto& dc = tables.dcOf;
+  const auto& ac = tables.acOf;
+  DecodeState state = MakeDecodeState();
+  const int ss = scan.ss, se = scan.se, al = scan.al;
+  switch (kind) {
+    case ScanKind::kSequential:
+      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.lastDc[s], &in.marker, dc[s],
+                                                  ac[s], in.state);
+      });
+    case ScanKind::kDcFirst:
+      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.lastDc[s],
+                                                          &in.marker, al, dc[s], in.state);
+      });
+    case ScanKind::kDcRefine:
+      return DecodeBlocks(scan, image, state, [&](int, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, al,
+                                                           in.state);
+      });
+    case ScanKind::kAcFirst:
+      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, ss, se, al,
+                                                          ac[s], in.state);
+      });
+    case ScanKind::kAcRefine:
+      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+        return vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, ss, se,
+                                                           al, ac[s], in.state);
+      });
+  }
+}
+
+// The most bytes a block can take, stuffing included, plus room for flushes.
+constexpr std::size_t kBlockBytes = 512;
+
+}  // namespace
+
+CoefImage DecodeWithVekj(const JpegFile& file) {
+  CoefImage image = MakeCoefImage(file.frame);
+  for (const JpegScan& scan : file.scans) DecodeScan(file.frame, scan, image);
+  return image;
+}
+
+std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, const CoefImage& image) {
+  const ScanKind kind = KindOf(frame, scan);
+  const auto tables = ScanTables<EncodeTable>(scan, kind, MakeEncodeTable);
+  const auto& dcOf = tables.dcOf;
+  const auto& acOf = tables.acOf;
+  EncodeState state = MakeEncodeState();
+  std::size_t blocks = 0;
+  for (const JpegScanComponent& sc : scan.components) blocks += image.components.at(static_cast<std::size_t>(sc.index)).coefs.size() / 64;
+  const std::size_t capacity = (blocks + 16) * kBlockBytes;
+  std::unique_ptr<Vek8u[]> out(new Vek8u[capacity]);
+  const int length = static_cast<int>(std::min<std::size_t>(capacity, 0x7FFFFFFF));
+  int pos = 0;
+  std::array<Vek16s, 4> lastDc{};
+  const auto code = [&](int s, const int16_t* block, int flush) {
+    const auto c = static_cast<std::size_t>(s);
+    switch (kind) {
+      case ScanKind::kSequential:
+        return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, out.get(), length, &pos, &lastDc[c], dcOf[c], acOf[c],
+                                                  state.get(), flush);
+      case ScanKind::kDcFirst:
+        return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, out.get(), length, &pos, &lastDc[c], scan.al, dcOf[c],
+                                                          state.get(), flush);
+      case ScanKind::kDcRefine:
+        return vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, out.get(), length, &pos, scan.al, state.get(), flush);
+      case ScanKind::kAcFirst:
+        return vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, out.get(), length, &pos, scan.ss, scan.se, scan.al,
+                                                          acOf[c], state.get(), flush);
+      case ScanKind::kAcRefine:
+        return vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, out.get(), length, &pos, scan.ss, scan.se, scan.al,
+                                                           acOf[c], state.get(), flush);
+    }
+    return static_cast<VekStatus>(vekStsErr);
+  };
+  ForEachBlock(
+      scan, const_cast<CoefImage&>(image), [&](int s, const int16_t* block) { Check(code(s, block, 0), "EncodeHuffman8x8"); },
+      [&](int n) {
+        Check(code(0, nullptr, 1), "flush");
+        out[pos++] = 0xFF;
+        out[pos++] = static_cast<Vek8u>(0xD0 + n % 8);
+        lastDc.fill(0);
+      });
+  Check(code(0, nullptr, 1), "flush");
+  return {out.get(), out.get() + pos};
+}
+
+void SetOptimalTables(const JpegFrame& frame, JpegScan& scan, const CoefImage& image) {
+  const ScanKind kind = KindOf(frame, scan);
+  if (kind == ScanKind::kDcRefine) return;
+  std::array<std::array<Vek32u, 256>, 4> dcCounts{}, acCounts{};
+  EncodeState state = MakeEncodeState();
+  std::array<Vek16s, 4> lastDc{};
+  const auto count = [&](int s, const int16_t* block, int flush) {
+    const JpegScanComponent& sc = scan.components[s];
+    Vek32u* dcs = dcCounts[sc.dcTable].data();
+    Vek32u* acs = acCounts[sc.acTable].data();
+    switch (kind) {
+      case ScanKind::kSequential:
+        return flush ? vekStsOk : vekiGetHuffmanStatistics8x8_JPEG_16s_C1(block, dcs, acs, &lastDc[s]);
+      case ScanKind::kDcFirst:
+        return flush ? vekStsOk : vekiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, dcs, &lastDc[s], scan.al);
+      case ScanKind::kAcFirst:
+        return vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, acs, scan.ss, scan.se, scan.al, state.get(), flush);
+      default:
+        return vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(block, acs, scan.ss, scan.se, scan.al, state.get(), flush);
+    }
+  };
+  ForEachBlock(
+      scan, const_cast<CoefImage&>(image), [&](int s, const int16_t* block) { Check(count(s, block, 0), "GetHuffmanStatistics8x8"); },
+      [&](int) {
+        Check(count(0, nullptr, 1), "statistics flush");
+        lastDc.fill(0);
+      });
+  Check(count(0, nullptr, 1), "statistics flush");
+  for (const JpegScanComponent& sc : scan.components) {
+    if (UsesDcTables(kind)) scan.dc[sc.dcTable] = OptimalTable(dcCounts[sc.dcTable]);
+    if (UsesAcTables(kind)) scan.ac[sc.acTable] = OptimalTable(acCounts[sc.acTable]);
+  }
+}
+
+JpegFrame MakeFrame(int width, int height, int components, bool subsample420) {
+  JpegFrame frame;
+  frame.width = width;
+  frame.height = height;
+  for (int c = 0; c < components; ++c) {
+    const int factor = c == 0 && subsample420 ? 2 : 1;
+    frame.components.push_back({c + 1, factor, factor, 0});
+  }
+  return frame;
+}
+
+namespace {
+
+JpegScan ScanOf(std::vector<int> components, int ss, int se, int ah, int al) {
+  JpegScan scan;
+  for (int c : components) scan.components.push_back({c, c == 0 ? 0 : 1, c == 0 ? 0 : 1});
+  scan.ss = ss;
+  scan.se = se;
+  scan.ah = ah;
+  scan.al = al;
+  return scan;
+}
+
+// libjpeg-turbo's standard progression for YCbCr or grey.
+std::vector<JpegScan> ProgressionScript(int components) {
+  if (components == 1) {
+    return {ScanOf({0}, 0, 0, 0, 1), ScanOf({0}, 1, 5, 0, 2), ScanOf({0}, 6, 63, 0, 2),
+            ScanOf({0}, 1, 63, 2, 1), ScanOf({0}, 0, 0, 1, 0), ScanOf({0}, 1, 63, 1, 0)};
+  }
+  return {ScanOf({0, 1, 2}, 0, 0, 0, 1), ScanOf({0}, 1, 5, 0, 2),  ScanOf({2}, 1, 63, 0, 1),
+          ScanOf({1}, 1, 63, 0, 1),       ScanOf({0}, 6, 63, 0, 2), ScanOf({0}, 1, 63, 2, 1),
+          ScanOf({0, 1, 2}, 0, 0, 1, 0), ScanOf({2}, 1, 63, 1, 0), ScanOf({1}, 1, 63, 1, 0),
+          ScanOf({0}, 1, 63, 1, 0)};
+}
+
+std::vector<int> AllComponents(const JpegFrame& frame) {
+  std::vector<int> all;
+  for (std::size_t c = 0; c < frame.components.size(); ++c) all.push_back(static_cast<int>(c));
+  return all;
+}
+
+void WriteScanTables(JpegWriter& writer, const JpegFrame& frame, const JpegScan& scan) {
+  const ScanKind kind = KindOf(frame, scan);
+  std::array<bool, 4> dcDone{}, acDone{};
+  for (const JpegScanComponent& sc : scan.components) {
+    const auto d = static_cast<std::size_t>(sc.dcTable), a = static_cast<std::size_t>(sc.acTable);
+    if (UsesDcTables(kind) && !dcDone[d]) writer.HuffmanTable(0, sc.dcTable, *scan.dc[d]);
+    if (UsesAcTables(kind) && !acDone[a]) writer.HuffmanTable(1, sc.acTable, *scan.ac[a]);
+    dcDone[d] = acDone[a] = true;
+  }
+}
+
+}  // namespace
+
+std::vector<uint8_t> EncodeFileWithVekj(const JpegFrame& baseFrame, const CoefImage& image,
+                                        const EncodeOptions& options) {
+  JpegFrame frame = baseFrame;
+  frame.marker = options.progressive ? 0xC2 : 0xC0;
+  JpegWriter writer;
+  std::array<uint16_t, 64> unit;
+  unit.fill(1);
+  writer.QuantTable(0, unit);
+  writer.Frame(frame);
+  if (options.restartInterval > 0) writer.RestartInterval(options.restartInterval);
+  std::vector<JpegScan> scans = options.progressive ? ProgressionScript(static_cast<int>(frame.components.size()))
+                                                    : std::vector<JpegScan>{ScanOf(AllComponents(frame), 0, 63, 0, 0)};
+  for (JpegScan& scan : scans) {
+    scan.restartInterval = options.restartInterval;
+    scan.dc = {StandardLuminanceDc(), StandardChrominanceDc(), std::nullopt, std::nullopt};
+    scan.ac = {StandardLuminanceAc(), StandardChrominanceAc(), std::nullopt, std::nullopt};
+    if (options.progressive || options.optimalTables) SetOptimalTables(frame, scan, image);
+    scan.data = EncodeScanWithVekj(frame, scan, image);
+    WriteScanTables(writer, frame, scan);
+    writer.Scan(frame, scan);
+  }
+  return writer.Finish();
+}
+
+// ---- Lossless ----
+
+namespace {
+
+// The difference rows of row r of every plane.
+std::vector<std::vector<int16_t>> DifferenceRows(const LosslessImage& image, int r) {
+  std::vector<std::vector<int16_t>> rows;
+  const auto w = static_cast<std::size_t>(image.width);
+  for (const auto& plane : image.planes) {
+    std::vector<int16_t> diff(w);
+    const int16_t* row = plane.data() + static_cast<std::size_t>(r) * w;
+    if (r == 0) {
+      Check(vekiDiffPredFirstRow_JPEG_16s_C1(row, diff.data(), image.width, image.precision, image.pointTransform),
+            "DiffPredFirstRow");
+    } else {
+      Check(vekiDiffPredRow_JPEG_16s_C1(row, row - w, diff.data(), image.width, image.predictor), "DiffPredRow");
+    }
+    rows.push_back(std::move(diff));
+  }
+  return rows;
+}
+
+}  // namespace
+
+std::vector<uint8_t> EncodeLosslessWithVekj(const LosslessImage& image) {
+  const int n = static_cast<int>(image.planes.size());
+  JpegFrame frame;
+  frame.marker = 0xC3;
+  frame.precision = image.precision;
+  frame.width = image.width;
+  frame.height = image.height;
+  JpegScan scan;
+  std::array<std::array<Vek32u, 256>, 4> counts{};
+  for (int c = 0; c < n; ++c) {
+    frame.components.push_back({c + 1, 1, 1, 0});
+    scan.components.push_back({c, c, 0});
+  }
+  scan.ss = image.predictor;
+  scan.se = 0;
+  scan.al = image.pointTransform;
+  for (int r = 0; r < image.height; ++r) {
+    const auto rows = DifferenceRows(image, r);
+    for (int c = 0; c < n; ++c) {
+      for (int16_t d : rows[c]) {
+        Check(vekiGetHuffmanStatisticsOne_JPEG_16s_C1(&d, counts[c].data()), "StatisticsOne");
+      }
+    }
+  }
+  std::array<EncodeTable, 4> tables;
+  std::array<const EncodeHuffmanSpec*, 4> tablePtrs{};
+  for (int c = 0; c < n; ++c) {
+    const JpegHuffmanTable t = OptimalTable(counts[c]);
+    scan.dc[c] = t;
+    tables[c] = MakeEncodeTable(t);
+    tablePtrs[c] = tables[c].get();
+  }
+  EncodeState state = MakeEncodeState();
+  std::vector<Vek8u> out(static_cast<std::size_t>(image.width) * image.height * n * 8 + 64);
+  int pos = 0;
+  for (int r = 0; r < image.height; ++r) {
+    const auto rows = DifferenceRows(image, r);
+    std::array<const Vek16s*, 4> rowPtrs{};
+    for (int c = 0; c < n; ++c) rowPtrs[c] = rows[c].data();
+    Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(rowPtrs.data(), image.width, n, out.data(), static_cast<int>(out.size()),
+                                               &pos, tablePtrs.data(), state.get(), 0),
+          "EncodeHuffmanRow");
+  }
+  Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(nullptr, 0, 0, out.data(), static_cast<int>(out.size()), &pos, nullptr,
+                                             state.get(), 1),
+        "EncodeHuffmanRow flush");
+  scan.data.assign(out.begin(), out.begin() + pos);
+  JpegWriter writer;
+  if (n == 3) writer.AdobeNoColourTransform();
+  writer.Frame(frame);
+  for (int c = 0; c < n; ++c) writer.HuffmanTable(0, c, *scan.dc[c]);
+  writer.Scan(frame, scan);
+  return writer.Finish();
+}
+
+LosslessImage DecodeLosslessWithVekj(const JpegFile& file) {
+  const JpegScan& scan = file.scans.at(0);
+  LosslessImage image{file.frame.width, file.frame.height, file.frame.precision, scan.al, scan.ss, {}};
+  const auto n = scan.components.size();
+  const auto w = static_cast<std::size_t>(image.width);
+  std::array<DecodeTable, 4> tables;
+  std::array<const DecodeHuffmanSpec*, 4> tablePtrs{};
+  for (std::size_t c = 0; c < n; ++c) {
+    tables[c] = MakeDecodeTable(scan.dc[scan.components[c].dcTable]);
+    tablePtrs[c] = tables[c].get();
+    image.planes.emplace_back(w * static_cast<std::size_t>(image.height));
+  }
+  DecodeState state = MakeDecodeState();
+  int pos = 0, marker = 0;
+  std::vector<std::vector<int16_t>> diffs(n, std::vector<int16_t>(w));
+  for (int r = 0; r < image.height; ++r) {
+    std::array<Vek16s*, 4> diffPtrs{};
+    for (std::size_t c = 0; c < n; ++c) diffPtrs[c] = diffs[c].data();
+    Check(vekiDecodeHuffmanRow_JPEG_1u16s_C1P4(scan.data.data(), static_cast<int>(scan.data.size()), &pos,
+                                               diffPtrs.data(), image.width, static_cast<int>(n), &marker,
+                                               tablePtrs.data(), state.get()),
+          "DecodeHuffmanRow");
+    for (std::size_t c = 0; c < n; ++c) {
+      int16_t* row = image.planes[c].data() + static_cast<std::size_t>(r) * w;
+      if (r == 0) {
+        Check(vekiReconstructPredFirstRow_JPEG_16s_C1(diffs[c].data(), row, image.width, image.precision,
+                                                      image.pointTransform),
+              "ReconstructPredFirstRow");
+      } else {
+        Check(vekiReconstructPredRow_JPEG_16s_C1(diffs[c].data(), row - w, row, image.width, image.predictor),
+              "ReconstructPredRow");
+      }
+    }
+  }
+  return image;
+}
+
+}  // namespace vek::test
