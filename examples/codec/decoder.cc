@@ -241,6 +241,15 @@ Image DctDecoder::Finish(const DecoderTables& t) {
   }
   Plane cb = UpsampleTo(planes_[1], wide, high), cr = UpsampleTo(planes_[2], wide, high);
   const Vek8u* src[3] = {planes_[0].Row(0), cb.Row(0), cr.Row(0)};
+  if (t.adobe_transform == 0) {  // the components are R, G and B already
+    for (int y = 0; y < frame_.height; ++y) {
+      uint8_t* out = image.pixels.data() + static_cast<std::size_t>(y) * frame_.width * 3;
+      for (int x = 0; x < frame_.width; ++x) {
+        for (int c = 0; c < 3; ++c) out[3 * x + c] = src[c][static_cast<std::ptrdiff_t>(y) * wide + x];
+      }
+    }
+    return image;
+  }
   Check(vekiYCbCrToRGB_JPEG_8u_P3C3R(src, wide, image.pixels.data(), 3 * frame_.width, {frame_.width, frame_.height}),
         "colour conversion");
   return image;

@@ -278,11 +278,20 @@ void EncodeProgressiveScan(const Frame& frame, const Scan& scan, std::vector<Coe
              out);
     return;
   }
-  // First pass: statistics for this scan's optimal tables.
+  // First pass: statistics for this scan's optimal tables. The AC counters
+  // keep the end-of-band run in `state`, closed at each restart and at the end.
   std::array<Counts, 2> counts{};
+  const auto close_ac_run = [&] {
+    const VekStatus st = scan.ah == 0
+        ? vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(nullptr, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), 1)
+        : vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(nullptr, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), 1);
+    Check(st, "closing AC statistics");
+  };
   ForEachMcu(frame, scan, [&](int index, const std::vector<BlockRef>& mcu) {
-    const bool restart = interval > 0 && index > 0 && index % interval == 0;
-    if (restart) last_dc.fill(0);
+    if (interval > 0 && index > 0 && index % interval == 0) {
+      last_dc.fill(0);
+      if (!dc_scan) close_ac_run();
+    }
     for (const BlockRef& b : mcu) {
       const ScanComponent& sc = scan.components[static_cast<std::size_t>(b.scan_component)];
       int16_t* block = coefs[static_cast<std::size_t>(sc.index)].Block(b.row, b.col);
@@ -291,20 +300,15 @@ void EncodeProgressiveScan(const Frame& frame, const Scan& scan, std::vector<Coe
                                                              &last_dc[static_cast<std::size_t>(b.scan_component)], scan.al),
               "gathering DC statistics");
       } else if (scan.ah == 0) {
-        Check(vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), restart),
+        Check(vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), 0),
               "gathering AC statistics");
       } else {
-        Check(vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(block, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), restart),
+        Check(vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(block, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), 0),
               "gathering AC refinement statistics");
       }
     }
   });
-  if (!dc_scan) {
-    const VekStatus st = scan.ah == 0
-        ? vekiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(nullptr, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), 1)
-        : vekiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(nullptr, counts[0].data(), scan.ss, scan.se, scan.al, state.get(), 1);
-    Check(st, "closing AC statistics");
-  }
+  if (!dc_scan) close_ac_run();
   ScanTables tables;
   std::array<EncodeSpec, 2> specs;
   for (std::size_t i = 0; i < 2; ++i) {
@@ -420,7 +424,12 @@ std::vector<uint8_t> Encode(const Image& image, const EncodeOptions& o) {
   std::vector<uint8_t> out;
   JpegWriter w(out);
   w.Marker(kSoi);
-  w.Jfif();
+  // JFIF implies YCbCr; lossless colour files keep RGB and say so.
+  if (o.mode == Mode::kLossless && image.channels == 3) {
+    w.Adobe(0);
+  } else {
+    w.Jfif();
+  }
   if (o.mode == Mode::kLossless) {
     w.Sof(frame);
     if (o.restart_interval) w.Dri(o.restart_interval);

@@ -85,6 +85,10 @@ void JpegWriter::Jfif() {
   Segment(kApp0, {'J', 'F', 'I', 'F', 0, 1, 1, 0, 0, 1, 0, 1, 0, 0});
 }
 
+void JpegWriter::Adobe(int transform) {
+  Segment(kApp14, {'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, static_cast<uint8_t>(transform)});
+}
+
 void JpegWriter::Dqt(int id, const std::array<uint8_t, 64>& zigzag) {
   std::vector<uint8_t> body = {static_cast<uint8_t>(id)};
   body.insert(body.end(), zigzag.begin(), zigzag.end());
@@ -259,7 +263,10 @@ bool JpegReader::NextScan(Scan& scan) {
       default:
         if (marker >= kRst0 && marker < kRst0 + 8) break;  // a stray restart marker between scans
         if ((marker & 0xF0) == 0xC0) Corrupt("unsupported coding process (arithmetic or hierarchical)");
-        ReadSegmentBody();  // APPn, COM and others carry nothing the codec needs
+        const std::vector<uint8_t> body = ReadSegmentBody();
+        if (marker == kApp14 && body.size() >= 12 && std::equal(body.begin(), body.begin() + 5, "Adobe")) {
+          tables_.adobe_transform = body[11];
+        }  // other APPn, COM and the rest carry nothing the codec needs
     }
   }
 }

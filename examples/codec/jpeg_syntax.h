@@ -13,7 +13,7 @@ namespace codec {
 
 enum Marker : uint8_t {
   kSof0 = 0xC0, kSof1 = 0xC1, kSof2 = 0xC2, kSof3 = 0xC3, kDht = 0xC4,
-  kRst0 = 0xD0, kSoi = 0xD8, kEoi = 0xD9, kSos = 0xDA, kDqt = 0xDB, kDri = 0xDD, kApp0 = 0xE0,
+  kRst0 = 0xD0, kSoi = 0xD8, kEoi = 0xD9, kSos = 0xDA, kDqt = 0xDB, kDri = 0xDD, kApp0 = 0xE0, kApp14 = 0xEE,
 };
 
 struct HuffmanTable {
@@ -62,6 +62,8 @@ class JpegWriter {
   explicit JpegWriter(std::vector<uint8_t>& out) : out_(out) {}
   void Marker(uint8_t marker);
   void Jfif();
+  // Adobe's marker: transform 0 says three components are RGB, not YCbCr.
+  void Adobe(int transform);
   void Dqt(int id, const std::array<uint8_t, 64>& zigzag);
   void Sof(const Frame& frame);
   void Dht(int table_class, int id, const HuffmanTable& table);
@@ -80,6 +82,7 @@ struct DecoderTables {
   std::array<HuffmanTable, 4> dc, ac;
   std::array<bool, 4> dc_defined{}, ac_defined{};
   int restart_interval = 0;
+  int adobe_transform = -1;  // -1: no Adobe marker
 };
 
 // Walks the segments of a file. Throws std::runtime_error on malformed data.

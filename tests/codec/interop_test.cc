@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 // inverse DCT and the colour conversion; measured maximum 2 (see the logs).
 constexpr int kDecoderBound = 3;
 
-Image Crop(const test::Photo& photo, int x0, int y0, int width, int height, int channels) {
+Image Crop(const vek::test::Photo& photo, int x0, int y0, int width, int height, int channels) {
   Image out{width, height, channels, std::vector<uint8_t>(static_cast<std::size_t>(width) * height * channels)};
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
@@ -44,8 +44,8 @@ Image Crop(const test::Photo& photo, int x0, int y0, int width, int height, int 
   return out;
 }
 
-const test::Photo& Water() {
-  static const test::Photo photo = test::LoadJpeg(test::TestDataPath("water-1024x768.jpg"));
+const vek::test::Photo& Water() {
+  static const vek::test::Photo photo = vek::test::LoadJpeg(vek::test::TestDataPath("water-1024x768.jpg"));
   return photo;
 }
 
@@ -100,7 +100,7 @@ class Scratch {
   fs::path dir_;
 };
 
-int Run(const std::string& command) { return std::system((command + " > /dev/null 2>&1").c_str()); }
+int RunTool(const std::string& command) { return std::system((command + " > /dev/null 2>&1").c_str()); }
 
 std::vector<EncodeOptions> LossyModes() {
   std::vector<EncodeOptions> modes;
@@ -144,7 +144,7 @@ TEST(CodecInterop, LibjpegTurboDecodesOurLossyFilesLikeOurDecoder) {
 }
 
 TEST(CodecInterop, LargePhotographRoundTripsThroughBothDecoders) {
-  const test::Photo cups = test::LoadJpeg(test::TestDataPath(test::kBenchPhoto));
+  const vek::test::Photo cups = vek::test::LoadJpeg(vek::test::TestDataPath(vek::test::kBenchPhoto));
   const Image picture = Crop(cups, 0, 0, cups.width, cups.height, 3);
   for (Mode mode : {Mode::kBaseline, Mode::kProgressive}) {
     EncodeOptions o;
@@ -166,10 +166,10 @@ TEST(CodecInterop, WeDecodeWhatCjpegWritesLikeDjpeg) {
                                       "-progressive -restart 1B -sample 2x1", "-grayscale", "-quality 40 -sample 2x2"}) {
       SCOPED_TRACE(options + " " + std::to_string(picture.width));
       const std::string jpg = scratch.Path("t.jpg"), out = scratch.Path("djpeg.ppm");
-      ASSERT_EQ(Run("cjpeg " + options + " -outfile " + jpg + " " + ppm), 0);
+      ASSERT_EQ(RunTool("cjpeg " + options + " -outfile " + jpg + " " + ppm), 0);
       const bool grey = options.find("grayscale") != std::string::npos;
-      ASSERT_EQ(Run(std::string("djpeg ") + (grey ? "-grayscale -pnm" : "-ppm") + " -outfile " + out + " " + jpg), 0);
-      const std::vector<uint8_t> bytes = test::ReadFile(jpg);
+      ASSERT_EQ(RunTool(std::string("djpeg ") + (grey ? "-grayscale -pnm" : "-ppm") + " -outfile " + out + " " + jpg), 0);
+      const std::vector<uint8_t> bytes = vek::test::ReadFile(jpg);
       EXPECT_LE(MaxDifference(Decode(bytes.data(), bytes.size()), ReadImage(out), &histogram), kDecoderBound);
     }
   }
@@ -194,14 +194,14 @@ TEST(CodecInterop, LosslessFilesAreExactBothWays) {
       std::FILE* f = std::fopen(jpg.c_str(), "wb");
       std::fwrite(jpeg.data(), 1, jpeg.size(), f);
       std::fclose(f);
-      ASSERT_EQ(Run("jpeg " + jpg + " " + out), 0) << "predictor " << predictor;
+      ASSERT_EQ(RunTool("jpeg " + jpg + " " + out), 0) << "predictor " << predictor;
       EXPECT_EQ(MaxDifference(ReadImage(out), picture), 0) << "predictor " << predictor;
       EXPECT_EQ(MaxDifference(Decode(jpeg.data(), jpeg.size()), picture), 0) << "predictor " << predictor;
     }
     // The ISO encoder's, read by ours.
     const std::string iso = scratch.Path("iso.jpg");
-    ASSERT_EQ(Run("jpeg -p -c " + ppm + " " + iso), 0);
-    const std::vector<uint8_t> bytes = test::ReadFile(iso);
+    ASSERT_EQ(RunTool("jpeg -p -c " + ppm + " " + iso), 0);
+    const std::vector<uint8_t> bytes = vek::test::ReadFile(iso);
     EXPECT_EQ(MaxDifference(Decode(bytes.data(), bytes.size()), picture), 0);
   }
 }
