@@ -32,8 +32,11 @@ std::vector<uint8_t> Encode(const Image& image, const EncodeOptions& options);
 
 // Decodes a baseline, extended (8-bit), progressive or lossless file to grey
 // or RGB; lossless files of another precision are scaled to 8 bits. Throws
-// std::runtime_error with a message on corrupt or truncated data.
-Image Decode(const uint8_t* data, std::size_t size);
+// std::runtime_error with a message on corrupt or truncated data, and for
+// pictures of more than max_pixels (so that a damaged size field cannot make
+// it allocate gigabytes).
+inline constexpr long kDefaultMaxPixels = 1L << 27;
+Image Decode(const uint8_t* data, std::size_t size, long max_pixels = kDefaultMaxPixels);
 
 // The names used on the command line and in tables.
 const char* ModeName(Mode mode);

@@ -13,10 +13,6 @@
 namespace codec {
 namespace {
 
-// Far larger pictures are possible, but a corrupt size field should not make
-// the example allocate gigabytes.
-constexpr long kMaxPixels = 1L << 27;
-
 [[noreturn]] void Corrupt(const std::string& what) { throw std::runtime_error("corrupt JPEG data: " + what); }
 
 // Reads a scan's entropy-coded data, with the restart markers between
@@ -89,13 +85,11 @@ class DctDecoder {
  public:
   explicit DctDecoder(const Frame& frame) : frame_(frame) {
     if (frame.precision != 8) Corrupt("only 8-bit DCT frames are supported");
-    if (static_cast<long>(frame.width) * frame.height > kMaxPixels) Corrupt("picture larger than this example decodes");
     for (int c = 0; c < static_cast<int>(frame.components.size()); ++c) {
       const ComponentGrid g = GridOf(frame, c);
       planes_.emplace_back(g.stored_wide * 8, g.stored_high * 8);
       if (frame.Progressive()) {
-        coefs_.push_back({g.stored_wide, g.stored_high,
-                          std::vector<int16_t>(static_cast<std::size_t>(g.stored_wide) * g.stored_high * 64)});
+        coefs_.emplace_back(g.stored_wide, g.stored_high, Coefficients::kZeroed);
       }
     }
   }
@@ -259,7 +253,6 @@ Image DctDecoder::Finish(const DecoderTables& t) {
 
 Image DecodeLossless(JpegReader& reader, const Frame& frame, Scan scan) {
   const int width = frame.width, height = frame.height, n = static_cast<int>(frame.components.size());
-  if (static_cast<long>(width) * height > kMaxPixels) Corrupt("picture larger than this example decodes");
   for (const FrameComponent& c : frame.components) {
     if (c.h != 1 || c.v != 1) Corrupt("lossless frames with subsampled components are not supported");
   }
@@ -311,11 +304,12 @@ Image DecodeLossless(JpegReader& reader, const Frame& frame, Scan scan) {
 
 }  // namespace
 
-Image Decode(const uint8_t* data, std::size_t size) {
+Image Decode(const uint8_t* data, std::size_t size, long max_pixels) {
   JpegReader reader(data, size);
   Scan scan;
   if (!reader.NextScan(scan)) Corrupt("no scan before the end of the image");
   const Frame& frame = reader.frame();
+  if (static_cast<long>(frame.width) * frame.height > max_pixels) Corrupt("picture larger than the decoder accepts");
   if (frame.Lossless()) return DecodeLossless(reader, frame, scan);
   DctDecoder decoder(frame);
   do {

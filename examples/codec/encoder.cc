@@ -46,7 +46,6 @@ Frame MakeFrame(const Image& image, const EncodeOptions& o) {
 
 // The picture with its last column and row repeated out to whole MCUs.
 Image PadToMcus(const Image& image, int wide, int high) {
-  if (image.width == wide && image.height == high) return image;
   Image padded{wide, high, image.channels, std::vector<uint8_t>(static_cast<std::size_t>(wide) * high * image.channels)};
   const std::size_t px = static_cast<std::size_t>(image.channels);
   for (int y = 0; y < high; ++y) {
@@ -61,7 +60,10 @@ Image PadToMcus(const Image& image, int wide, int high) {
 // Y, Cb and Cr planes of the padded picture, chroma already subsampled.
 std::vector<Plane> ConvertToPlanes(const Image& image, const Frame& frame) {
   const int wide = frame.McusWide() * 8 * frame.MaxH(), high = frame.McusHigh() * 8 * frame.MaxV();
-  const Image padded = PadToMcus(image, wide, high);
+  Image copy;
+  const bool whole_mcus = image.width == wide && image.height == high;
+  if (!whole_mcus) copy = PadToMcus(image, wide, high);
+  const Image& padded = whole_mcus ? image : copy;
   std::vector<Plane> planes;
   for (const FrameComponent& c : frame.components) {
     planes.emplace_back(wide * c.h / frame.MaxH(), high * c.v / frame.MaxV());
@@ -101,7 +103,7 @@ std::vector<Coefficients> Transform(const std::vector<Plane>& planes, const Fram
   std::vector<Coefficients> coefs;
   for (std::size_t c = 0; c < planes.size(); ++c) {
     const ComponentGrid grid = GridOf(frame, static_cast<int>(c));
-    Coefficients k{grid.stored_wide, grid.stored_high, std::vector<int16_t>(static_cast<std::size_t>(grid.stored_wide) * grid.stored_high * 64)};
+    Coefficients k(grid.stored_wide, grid.stored_high, Coefficients::kUninitialised);
     const Vek16u* table = q.forward[static_cast<std::size_t>(frame.components[c].tq)].data();
     for (int by = 0; by < k.blocks_high; ++by) {
       for (int bx = 0; bx < k.blocks_wide; ++bx) {

@@ -37,24 +37,31 @@ DecodeState MakeDecodeState();
 // An 8-bit sample plane; `rows_above` extra rows precede row 0 so that the
 // up-samplers can read one row of context above (and, with one spare row
 // at the bottom, below) the picture.
+// Its samples start uninitialised: every stage that makes a plane writes all of it.
 struct Plane {
   int width = 0, height = 0;
-  std::vector<uint8_t> storage;
+  std::unique_ptr<uint8_t[]> storage;
   Plane() = default;
-  Plane(int w, int h) : width(w), height(h), storage(static_cast<std::size_t>(w) * (h + 2)) {}
-  uint8_t* Row(int r) { return storage.data() + static_cast<std::ptrdiff_t>(r + 1) * width; }
-  const uint8_t* Row(int r) const { return storage.data() + static_cast<std::ptrdiff_t>(r + 1) * width; }
+  Plane(int w, int h) : width(w), height(h), storage(new uint8_t[static_cast<std::size_t>(w) * (h + 2)]) {}
+  uint8_t* Row(int r) { return storage.get() + static_cast<std::ptrdiff_t>(r + 1) * width; }
+  const uint8_t* Row(int r) const { return storage.get() + static_cast<std::ptrdiff_t>(r + 1) * width; }
   // Copies the first and last rows into the context rows around the plane.
   void ReplicateContextRows();
 };
 
 // The quantised coefficients of one component: 64 per block, blocks in
-// row-major order over the component's stored grid.
+// row-major order over the component's stored grid; zeroed or left
+// uninitialised for a stage that writes every block.
 struct Coefficients {
+  enum Start { kZeroed, kUninitialised };
   int blocks_wide = 0, blocks_high = 0;
-  std::vector<int16_t> values;
+  std::unique_ptr<int16_t[]> values;
+  Coefficients(int wide, int high, Start start)
+      : blocks_wide(wide), blocks_high(high),
+        values(start == kZeroed ? new int16_t[static_cast<std::size_t>(wide) * high * 64]()
+                                : new int16_t[static_cast<std::size_t>(wide) * high * 64]) {}
   int16_t* Block(int row, int col) {
-    return values.data() + (static_cast<std::ptrdiff_t>(row) * blocks_wide + col) * 64;
+    return values.get() + (static_cast<std::ptrdiff_t>(row) * blocks_wide + col) * 64;
   }
 };
 
