@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <functional>
 #include <memory>
 
 #include "codec.h"
@@ -118,15 +117,14 @@ std::vector<Coefficients> Transform(const std::vector<Plane>& planes, const Fram
 
 // ---- Entropy-coded segments ----------------------------------------------
 
-// Codes one block into dst at *pos, or flushes when block is null.
-using BlockCoder = std::function<VekStatus(const BlockRef*, const int16_t* block, Vek8u* dst, int length, int* pos, int flush)>;
-
-// Runs a scan's blocks through `code`, with restart markers every
-// `interval` MCUs and a flush at the end; appends the bytes to `out`.
+// Runs a scan's blocks through code(block ref, block, dst, length, pos,
+// flush), which codes one block into dst at *pos or, when flush is set,
+// flushes; restart markers every `interval` MCUs (calling restart() after
+// each) and a flush at the end. Appends the bytes to `out`.
+template <class Restart, class Code>
 void CodeScan(const Frame& frame, const Scan& scan, std::vector<Coefficients>& coefs, int interval,
-              const std::function<void()>& restart, const BlockCoder& code, std::vector<uint8_t>& out) {
-  std::size_t blocks = 0;
-  ForEachMcu(frame, scan, [&](int, const std::vector<BlockRef>& mcu) { blocks += mcu.size(); });
+              const Restart& restart, const Code& code, std::vector<uint8_t>& out) {
+  const auto blocks = static_cast<std::size_t>(BlocksInScan(frame, scan));
   const std::size_t capacity = blocks * 420 + (interval ? blocks / static_cast<std::size_t>(interval) * 2 : 0) + 64;
   if (capacity > 0x7FFFFFF0) throw std::runtime_error("picture too large for one entropy-coded segment");
   std::unique_ptr<Vek8u[]> buffer(new Vek8u[capacity]);

@@ -16,4 +16,17 @@ ComponentGrid GridOf(const Frame& frame, int component) {
   return grid;
 }
 
+int BlocksInScan(const Frame& frame, const Scan& scan) {
+  if (scan.components.size() == 1) {
+    const ComponentGrid grid = GridOf(frame, scan.components[0].index);
+    return grid.coded_wide * grid.coded_high;
+  }
+  int per_mcu = 0;
+  for (const ScanComponent& s : scan.components) {
+    const FrameComponent& c = frame.components[static_cast<std::size_t>(s.index)];
+    per_mcu += c.h * c.v;
+  }
+  return per_mcu * frame.McusWide() * frame.McusHigh();
+}
+
 }  // namespace codec

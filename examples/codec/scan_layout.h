@@ -22,6 +22,9 @@ struct BlockRef {
   int row, col;        // in the component's grid
 };
 
+// The number of blocks a scan codes.
+int BlocksInScan(const Frame& frame, const Scan& scan);
+
 // Calls visit(mcu_index, blocks) for every MCU of the scan in coding order.
 // An interleaved scan's MCU holds h x v units of each component; a
 // single-component scan's MCU is one unit of its coded grid.
@@ -30,24 +33,36 @@ void ForEachMcu(const Frame& frame, const Scan& scan, const Visit& visit) {
   std::vector<BlockRef> blocks;
   if (scan.components.size() == 1) {
     const ComponentGrid grid = GridOf(frame, scan.components[0].index);
+    blocks.assign(1, BlockRef{0, 0, 0});
     int mcu = 0;
     for (int row = 0; row < grid.coded_high; ++row) {
       for (int col = 0; col < grid.coded_wide; ++col) {
-        blocks.assign(1, BlockRef{0, row, col});
+        blocks[0].row = row;
+        blocks[0].col = col;
         visit(mcu++, blocks);
       }
     }
     return;
   }
+  // The MCU's pattern of blocks, offset by the MCU's position each time.
+  std::vector<BlockRef> pattern;
+  std::vector<std::pair<int, int>> unit;  // (v, h) of each block's component
+  for (int s = 0; s < static_cast<int>(scan.components.size()); ++s) {
+    const FrameComponent& c = frame.components[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(s)].index)];
+    for (int v = 0; v < c.v; ++v) {
+      for (int h = 0; h < c.h; ++h) {
+        pattern.push_back({s, v, h});
+        unit.push_back({c.v, c.h});
+      }
+    }
+  }
+  blocks = pattern;
   const int wide = frame.McusWide(), high = frame.McusHigh();
   for (int my = 0; my < high; ++my) {
     for (int mx = 0; mx < wide; ++mx) {
-      blocks.clear();
-      for (int s = 0; s < static_cast<int>(scan.components.size()); ++s) {
-        const FrameComponent& c = frame.components[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(s)].index)];
-        for (int v = 0; v < c.v; ++v) {
-          for (int h = 0; h < c.h; ++h) blocks.push_back({s, my * c.v + v, mx * c.h + h});
-        }
+      for (std::size_t i = 0; i < blocks.size(); ++i) {
+        blocks[i].row = my * unit[i].first + pattern[i].row;
+        blocks[i].col = mx * unit[i].second + pattern[i].col;
       }
       visit(my * wide + mx, blocks);
     }
