@@ -143,7 +143,14 @@ TEST(CodecInterop, LibjpegTurboDecodesOurLossyFilesLikeOurDecoder) {
   std::printf("our decoder vs libjpeg-turbo on our files, |difference|:count%s\n", h.c_str());
 }
 
-TEST(CodecInterop, LargePhotographRoundTripsThroughBothDecoders) {
+void WriteFile(const std::string& path, const std::vector<uint8_t>& bytes) {
+  std::FILE* f = std::fopen(path.c_str(), "wb");
+  ASSERT_NE(f, nullptr);
+  std::fwrite(bytes.data(), 1, bytes.size(), f);
+  std::fclose(f);
+}
+
+TEST(CodecInterop, LargePhotographRoundTripsThroughTheirDecoders) {
   const vek::test::Photo cups = vek::test::LoadJpeg(vek::test::TestDataPath(vek::test::kBenchPhoto));
   const Image picture = Crop(cups, 0, 0, cups.width, cups.height, 3);
   for (Mode mode : {Mode::kBaseline, Mode::kProgressive}) {
@@ -154,6 +161,12 @@ TEST(CodecInterop, LargePhotographRoundTripsThroughBothDecoders) {
     EXPECT_LE(MaxDifference(ours, TurboDecode(jpeg, 3)), kDecoderBound) << ModeName(mode);
     EXPECT_GT(Psnr(picture, ours), 35.0) << ModeName(mode);
   }
+  Scratch scratch;
+  EncodeOptions lossless;
+  lossless.mode = Mode::kLossless;
+  WriteFile(scratch.Path("big.jpg"), Encode(picture, lossless));
+  ASSERT_EQ(RunTool("jpeg " + scratch.Path("big.jpg") + " " + scratch.Path("big.ppm")), 0);
+  EXPECT_EQ(MaxDifference(ReadImage(scratch.Path("big.ppm")), picture), 0);
 }
 
 TEST(CodecInterop, WeDecodeWhatCjpegWritesLikeDjpeg) {
@@ -191,9 +204,7 @@ TEST(CodecInterop, LosslessFilesAreExactBothWays) {
       o.restart_interval = predictor == 4 ? picture.width * 2 : 0;
       const std::vector<uint8_t> jpeg = Encode(picture, o);
       const std::string jpg = scratch.Path("ours.jpg"), out = scratch.Path(picture.channels == 3 ? "iso.ppm" : "iso.pgm");
-      std::FILE* f = std::fopen(jpg.c_str(), "wb");
-      std::fwrite(jpeg.data(), 1, jpeg.size(), f);
-      std::fclose(f);
+      WriteFile(jpg, jpeg);
       ASSERT_EQ(RunTool("jpeg " + jpg + " " + out), 0) << "predictor " << predictor;
       EXPECT_EQ(MaxDifference(ReadImage(out), picture), 0) << "predictor " << predictor;
       EXPECT_EQ(MaxDifference(Decode(jpeg.data(), jpeg.size()), picture), 0) << "predictor " << predictor;
@@ -240,6 +251,20 @@ TEST(CodecRobustness, TruncatedAndCorruptFilesFailCleanly) {
       }
     }
   }
+}
+
+TEST(CodecRobustness, TheToolExitsWithAnErrorOnDamagedFiles) {
+  Scratch scratch;
+  const Image picture = Crop(Water(), 0, 0, 40, 24, 3);
+  const std::vector<uint8_t> jpeg = Encode(picture, {});
+  const std::string tool = VEKJ_JPEG_TOOL, out = scratch.Path("out.png");
+  WriteFile(scratch.Path("whole.jpg"), jpeg);
+  WriteFile(scratch.Path("cut.jpg"), std::vector<uint8_t>(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2)));
+  WriteFile(scratch.Path("junk.jpg"), std::vector<uint8_t>(100, 0xFF));
+  EXPECT_EQ(RunTool(tool + " decode " + scratch.Path("whole.jpg") + " " + out), 0);
+  EXPECT_NE(RunTool(tool + " decode " + scratch.Path("cut.jpg") + " " + out), 0);
+  EXPECT_NE(RunTool(tool + " decode " + scratch.Path("junk.jpg") + " " + out), 0);
+  EXPECT_NE(RunTool(tool + " decode " + scratch.Path("missing.jpg") + " " + out), 0);
 }
 
 }  // namespace
