@@ -75,19 +75,26 @@ int RaceJpeg(const std::string& path) {
   std::printf("%-12s %14s %14s %8s\n", "", "vekj MP/s", "TurboJPEG MP/s", "ratio");
 
   std::vector<Result> results;
-  for (auto [sampling, turbo, label] : {std::tuple{codec::Subsampling::k420, int{TJSAMP_420}, "420"},
-                                        std::tuple{codec::Subsampling::k444, int{TJSAMP_444}, "444"}}) {
+  struct Sampling {
+    codec::Subsampling ours;
+    int turbo;
+    const char* label;
+  };
+  for (const Sampling& sampling : {Sampling{codec::Subsampling::k420, TJSAMP_420, "420"},
+                                   Sampling{codec::Subsampling::k444, TJSAMP_444, "444"}}) {
+    const int turbo = sampling.turbo;
+    const std::string label = sampling.label;
     codec::EncodeOptions o;
     o.quality = 90;
-    o.subsampling = sampling;
+    o.subsampling = sampling.ours;
     std::vector<uint8_t> ours_file, turbo_file;
     const double enc_ours = MedianMegapixelsPerSecond(pixels, [&] { ours_file = codec::Encode(photo, o); });
     const double enc_turbo = MedianMegapixelsPerSecond(pixels, [&] { turbo_file = TurboEncode(compressor.get(), photo, turbo); });
     // Both decoders read the same file: the one TurboJPEG wrote.
     const double dec_ours = MedianMegapixelsPerSecond(pixels, [&] { codec::Decode(turbo_file.data(), turbo_file.size()); });
     const double dec_turbo = MedianMegapixelsPerSecond(pixels, [&] { TurboDecodeRgb(decompressor.get(), turbo_file); });
-    results.push_back({std::string("encode-") + label, enc_ours, enc_turbo});
-    results.push_back({std::string("decode-") + label, dec_ours, dec_turbo});
+    results.push_back({"encode-" + label, enc_ours, enc_turbo});
+    results.push_back({"decode-" + label, dec_ours, dec_turbo});
     std::printf("%-12s %14.1f %14.1f %8.2f   (files: %zu and %zu bytes)\n", results[results.size() - 2].name.c_str(), enc_ours,
                 enc_turbo, enc_ours / enc_turbo, ours_file.size(), turbo_file.size());
     std::printf("%-12s %14.1f %14.1f %8.2f\n", results.back().name.c_str(), dec_ours, dec_turbo, dec_ours / dec_turbo);
