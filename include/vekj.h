@@ -221,7 +221,8 @@ VEKAPI VekStatus vekiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R(const Vek16s* pSrc, Ve
  * a code of all 1-bits; a symbol named twice keeps its later code. The
  * decode builder accepts such tables unless a code of 8 bits or fewer falls
  * outside the fast lookup (vekStsJPEGBadTable).
- * InitAlloc returns vekStsNullPtr when the allocation fails.
+ * InitAlloc returns vekStsNullPtr when the allocation fails; when the table
+ * is refused it releases the record and returns a null pointer with the status.
  *
  * vekiEncodeHuffmanRawTableInit_JPEG_8u derives an optimal BITS/HUFFVAL pair
  * from 256 symbol counts (ITU-T T.81 K.2): a reserved symbol 256 of count 1

@@ -46,6 +46,17 @@ TEST(HuffmanSpec, SizesAndLifeCycle) {
   EXPECT_EQ(vekiEncodeHuffmanSpecInitAlloc_JPEG_8u(nullptr, vals.data(), &enc), vekStsNullPtr);
   EXPECT_EQ(vekiEncodeHuffmanSpecInitAlloc_JPEG_8u(dc.bits.data(), nullptr, &enc), vekStsNullPtr);
   EXPECT_EQ(vekiDecodeHuffmanSpecInitAlloc_JPEG_8u(dc.bits.data(), vals.data(), nullptr), vekStsNullPtr);
+  // A refused table leaves nothing allocated (the sanitizer build checks for leaks).
+  const std::array<Vek8u, 16> twoOneBitCodes = {2};
+  const std::array<Vek8u, 256> symbols = {};
+  enc = reinterpret_cast<EncodeHuffmanSpec*>(&size);
+  EXPECT_EQ(vekiEncodeHuffmanSpecInitAlloc_JPEG_8u(twoOneBitCodes.data(), symbols.data(), &enc), vekStsJPEGBadTable);
+  EXPECT_EQ(enc, nullptr);
+  std::array<Vek8u, 16> over = {};  // 257 codes
+  over[8] = 2;
+  over[15] = 255;
+  EXPECT_EQ(vekiDecodeHuffmanSpecInitAlloc_JPEG_8u(over.data(), symbols.data(), &dec), vekStsJPEGBadTable);
+  EXPECT_EQ(dec, nullptr);
   EncodeHuffmanSpec e;
   DecodeHuffmanSpec d;
   EXPECT_EQ(vekiEncodeHuffmanSpecInit_JPEG_8u(dc.bits.data(), vals.data(), nullptr), vekStsNullPtr);

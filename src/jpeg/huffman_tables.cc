@@ -98,8 +98,13 @@ VekStatus InitAlloc(const Vek8u* bits, const Vek8u* vals, Table** out, Build bui
   void* memory = Allocate(sizeof(Table));
   if (memory == nullptr) return vekStsNullPtr;
   auto* table = new (memory) Table;
+  const VekStatus st = build(bits, vals, *table);
+  if (st < 0) {  // a refused table is released, so that an error never leaves memory behind
+    Release(table);
+    table = nullptr;
+  }
   *out = table;
-  return build(bits, vals, *table);
+  return st;
 }
 
 template <class Table>
