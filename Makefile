@@ -3,8 +3,9 @@
 #   make test   builds everything and runs all tests
 # plus `make sanitize` (the tests under ASan + UBSan), `make fuzz` (each
 # fuzz target for a fixed number of runs under the same sanitizers) and
-# `make bench`.
-.PHONY: demo test sanitize fuzz bench deps
+# `make bench` (the kernel benchmarks) and `make race` (the example codec
+# against TurboJPEG).
+.PHONY: demo test sanitize fuzz bench race deps
 
 deps:
 	bash scripts/install-deps.sh
@@ -33,3 +34,8 @@ bench: deps
 	cmake --preset release
 	cmake --build --preset release --target vekj_bench
 	./build/release/bench/vekj_bench
+
+race: deps
+	cmake --preset release
+	cmake --build --preset release --target vekj-bench
+	./build/release/examples/vekj-bench jpeg
