@@ -128,10 +128,7 @@ class FastStuffingWriter {
   VekStatus PutCode(uint32_t entry, uint32_t extra, int extraLength) {
     const int length = static_cast<int>(CodeLength(entry));
     if (length == 0) return vekStsJPEGBadTable;
-    acc_ = acc_ << length | CodeBits(entry);
-    acc_ = acc_ << extraLength | (extra & LowMask(extraLength));
-    nbits_ += length + extraLength;
-    if (nbits_ >= 32) EmitWord();
+    Append(uint64_t{CodeBits(entry)} << extraLength | (extra & LowMask(extraLength)), length + extraLength);
     return vekStsOk;
   }
 
@@ -144,7 +141,7 @@ class FastStuffingWriter {
   }
 
  private:
-  void Append(uint32_t bits, int length) {
+  void Append(uint64_t bits, int length) {  // length <= 32
     acc_ = acc_ << length | bits;
     nbits_ += length;
     if (nbits_ >= 32) EmitWord();
