@@ -374,19 +374,20 @@ template <class Reader>
   return vekStsOk;
 }
 
-// DecodeBlockBits on local copies of the reader, the last DC and the end
-// position, which then live in registers rather than behind the block's
-// stores.
+// DecodeBlockBits on a reader taken by value and on local copies of the
+// last DC and the end position, which then live in registers rather than
+// behind the block's stores; then stores them and the reader's position and
+// state back. Inline, so that the reader is never copied as a whole.
 template <class Reader>
-VekStatus DecodeBlock(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
-                      int16_t& lastDc, int32_t& end) {
-  Reader local = reader;
+[[gnu::always_inline]] inline VekStatus DecodeBlock(Reader reader, const DecodeHuffmanSpec& dc,
+                                                    const DecodeHuffmanSpec& ac, int16_t* block, int16_t& lastDc,
+                                                    int32_t& end) {
   int32_t reached = 0;
   int16_t dcValue = lastDc;
-  const VekStatus st = DecodeBlockBits(local, dc, ac, block, dcValue, reached);
-  reader = local;
+  const VekStatus st = DecodeBlockBits(reader, dc, ac, block, dcValue, reached);
   end = reached;
   lastDc = dcValue;
+  reader.Finish();
   return st;
 }
 
