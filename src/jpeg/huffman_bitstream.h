@@ -278,7 +278,8 @@ class StuffedBitReader {
   int Held() const { return at_.count; }
   uint32_t Peek(int n) const { return (at_.bits >> (at_.count - n)) & LowMask(n); }  // 1 <= n <= Held()
   void Skip(int n) { at_.count -= n; }
-  VekStatus Need(int n) { return FillIf(at_.count < n, n); }
+  // Branches on the count: the bits of a value are mostly held already.
+  VekStatus Need(int n) { return at_.count >= n ? vekStsOk : FillIf(true, n); }
   // Before a symbol: a fill when fewer than 8 bits are held, which need not
   // reach 8.
   VekStatus BeforeSymbol() { return FillIf(at_.count < 8, 0); }
