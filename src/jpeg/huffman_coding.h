@@ -169,11 +169,10 @@ template <class Sink>
   const int dcCategory = Category(diff);
   if (dcCategory > Sink::kMaxDcCategory) return vekStsJPEGBadData;
   if (VekStatus st = sink.Dc(dcCategory, ExtraBits(diff, dcCategory))) return st;
-  int k = 0;  // the last position coded
-  for (uint64_t ahead = ZigzagNonzeroMask(block) >> 1; ahead != 0; ahead = ahead >> 1) {  // bit i: position k + 1 + i
-    int run = std::countr_zero(ahead);
-    ahead >>= run;
-    k += run + 1;
+  int last = 0;
+  for (uint64_t nonzero = ZigzagNonzeroMask(block) & ~uint64_t{1}; nonzero != 0; nonzero &= nonzero - 1) {
+    const int k = std::countr_zero(nonzero);
+    int run = k - last - 1;
     for (; run > 15; run -= 16) {
       if (VekStatus st = sink.Ac(0xF0, 0, 0)) return st;
     }
@@ -181,8 +180,9 @@ template <class Sink>
     const int category = NonzeroCategory(v);
     if (category > sink.MaxAcCategory()) return vekStsJPEGBadData;
     if (VekStatus st = sink.AcValue(run, v, category)) return st;
+    last = k;
   }
-  return k < 63 ? sink.Ac(0x00, 0, 0) : vekStsOk;
+  return last < 63 ? sink.Ac(0x00, 0, 0) : vekStsOk;
 }
 
 // The pending end-of-band run (symbol 16 * n with n low bits of the run),
