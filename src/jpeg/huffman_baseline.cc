@@ -78,9 +78,8 @@ VekStatus impl::vekiDecodeHuffman8x8_JPEG_1u16s_C1(const Vek8u* pSrc, int srcLen
                          .Ptr(pDcTable).Ptr(pAcTable).Ptr(pDecHuffState).Position(pSrcCurrPos)) {
     return st;
   }
-  return WithStuffedReader(pSrc, srcLenBytes, pSrcCurrPos, pMarker, pDecHuffState, [&](auto& reader) -> VekStatus {
-    return DecodeBlock(reader, *pDcTable, *pAcTable, pDst, *pLastDC, pDecHuffState->endPosition);
-  });
+  return DecodeBlock(StuffedBitReader(pSrc, srcLenBytes, pSrcCurrPos, pMarker, pDecHuffState), *pDcTable, *pAcTable,
+                     pDst, *pLastDC, pDecHuffState->endPosition);
 }
 
 VekStatus impl::vekiEncodeHuffmanOne_JPEG_16s1u_C1(const Vek16s* pSrc, Vek8u* pDst, int dstLenBytes, int* pDstCurrPos,
@@ -125,11 +124,8 @@ VekStatus impl::vekiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vek8u* pSrc, int
                          .Ptr(pDcTable).Ptr(pAcTable).Position(pSrcBitPos)) {
     return st;
   }
-  RawBitReader reader(pSrc, srcLenBytes, pSrcBitPos);
   int32_t end = 0;
-  const VekStatus st = DecodeBlock(reader, *pDcTable, *pAcTable, pDst, *pLastDC, end);
-  reader.Finish();
-  return st;
+  return DecodeBlock(RawBitReader(pSrc, srcLenBytes, pSrcBitPos), *pDcTable, *pAcTable, pDst, *pLastDC, end);
 }
 
 }  // namespace vek

@@ -21,6 +21,9 @@ inline constexpr uint32_t LowMask(int n) { return (uint32_t{1} << n) - 1; }  // 
 
 // The magnitude category (JPEG SSSS) of v: the number of bits of |v|.
 inline int Category(int32_t v) { return std::bit_width(static_cast<uint32_t>(v < 0 ? -v : v)); }
+// The same for v != 0, where the low bit set changes nothing and spares the
+// test for 0.
+inline int NonzeroCategory(int32_t v) { return std::bit_width(static_cast<uint32_t>(v < 0 ? -v : v) | 1u); }
 
 // The bits sent after a category's code: v, or v - 1 when v is negative,
 // cut to `category` low bits.
@@ -67,6 +70,10 @@ class PutsOneByOne {
     auto& writer = static_cast<Writer&>(*this);
     if (VekStatus st = writer.Put(CodeBits(entry), static_cast<int>(CodeLength(entry)))) return st;
     return extraLength ? writer.Put(extra, extraLength) : vekStsOk;
+  }
+  // A code and the extra bits of v, a value of `category` (1..15).
+  VekStatus PutCodeAndValue(uint32_t entry, int32_t v, int category) {
+    return PutCode(entry, ExtraBits(v, category), category);
   }
   void Finish() {}
 };
@@ -128,10 +135,18 @@ class FastStuffingWriter {
   VekStatus PutCode(uint32_t entry, uint32_t extra, int extraLength) {
     const int length = static_cast<int>(CodeLength(entry));
     if (length == 0) return vekStsJPEGBadTable;
-    acc_ = acc_ << length | CodeBits(entry);
-    acc_ = acc_ << extraLength | (extra & LowMask(extraLength));
-    nbits_ += length + extraLength;
-    if (nbits_ >= 32) EmitWord();
+    Append(uint64_t{CodeBits(entry)} << extraLength | (extra & LowMask(extraLength)), length + extraLength);
+    return vekStsOk;
+  }
+
+  // The code then the extra bits of v as one number: the code plus the sign
+  // bit, shifted, plus v minus the sign bit (so a negative v borrows from the
+  // code instead of being masked to v - 1).
+  VekStatus PutCodeAndValue(uint32_t entry, int32_t v, int category) {
+    const int length = static_cast<int>(CodeLength(entry));
+    if (length == 0) return vekStsJPEGBadTable;
+    const uint64_t negative = static_cast<uint32_t>(v) >> 31;
+    Append(((CodeBits(entry) + negative) << category) + static_cast<uint64_t>(int64_t{v}) - negative, length + category);
     return vekStsOk;
   }
 
@@ -144,7 +159,7 @@ class FastStuffingWriter {
   }
 
  private:
-  void Append(uint32_t bits, int length) {
+  void Append(uint64_t bits, int length) {  // length <= 32
     acc_ = acc_ << length | bits;
     nbits_ += length;
     if (nbits_ >= 32) EmitWord();
@@ -263,7 +278,8 @@ class StuffedBitReader {
   int Held() const { return at_.count; }
   uint32_t Peek(int n) const { return (at_.bits >> (at_.count - n)) & LowMask(n); }  // 1 <= n <= Held()
   void Skip(int n) { at_.count -= n; }
-  VekStatus Need(int n) { return FillIf(at_.count < n, n); }
+  // Branches on the count: the bits of a value are mostly held already.
+  VekStatus Need(int n) { return at_.count >= n ? vekStsOk : FillIf(true, n); }
   // Before a symbol: a fill when fewer than 8 bits are held, which need not
   // reach 8.
   VekStatus BeforeSymbol() { return FillIf(at_.count < 8, 0); }

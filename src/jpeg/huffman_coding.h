@@ -75,6 +75,10 @@ class CodeSink {
   VekStatus Ac(int symbol, uint32_t extra, int extraLength) {
     return writer_.PutCode(ac_->entries[symbol], extra, extraLength);
   }
+  // The symbol of a run and a value's category, then the value's extra bits.
+  VekStatus AcValue(int run, int32_t v, int category) {
+    return writer_.PutCodeAndValue(ac_->entries[run * 16 + category], v, category);
+  }
   VekStatus Bit(uint32_t bit) { return writer_.Put(bit, 1); }
 
  private:
@@ -91,6 +95,7 @@ class CountSink {
   int MaxAcCategory() const { return maxAcCategory_; }
   VekStatus Dc(int category, uint32_t) { return Count(dc_, category); }
   VekStatus Ac(int symbol, uint32_t, int) { return Count(ac_, symbol); }
+  VekStatus AcValue(int run, int32_t, int category) { return Count(ac_, run * 16 + category); }
   VekStatus Bit(uint32_t) { return vekStsOk; }
 
  private:
@@ -172,9 +177,9 @@ template <class Sink>
       if (VekStatus st = sink.Ac(0xF0, 0, 0)) return st;
     }
     const int32_t v = block[kZigzagToNatural[k]];
-    const int category = Category(v);
+    const int category = NonzeroCategory(v);
     if (category > sink.MaxAcCategory()) return vekStsJPEGBadData;
-    if (VekStatus st = sink.Ac(run * 16 + category, ExtraBits(v, category), category)) return st;
+    if (VekStatus st = sink.AcValue(run, v, category)) return st;
     last = k;
   }
   return last < 63 ? sink.Ac(0x00, 0, 0) : vekStsOk;
@@ -234,9 +239,7 @@ VekStatus CodeAcFirst(Sink& sink, EncodeHuffmanState& state, const int16_t* bloc
     for (; run > 15; run -= 16) {
       if (VekStatus st = sink.Ac(0xF0, 0, 0)) return st;
     }
-    if (VekStatus st = sink.Ac(run * 16 + category, ExtraBits(v < 0 ? -magnitude : magnitude, category), category)) {
-      return st;
-    }
+    if (VekStatus st = sink.AcValue(run, v < 0 ? -magnitude : magnitude, category)) return st;
     run = 0;
   }
   if (run > 0 && ++state.eobRun == kLongestEndOfBandRun) return CodeEndOfBandRun(sink, state);
@@ -371,19 +374,20 @@ template <class Reader>
   return vekStsOk;
 }
 
-// DecodeBlockBits on local copies of the reader, the last DC and the end
-// position, which then live in registers rather than behind the block's
-// stores.
+// DecodeBlockBits on a reader taken by value and on local copies of the
+// last DC and the end position, which then live in registers rather than
+// behind the block's stores; then stores them and the reader's position and
+// state back. Inline, so that the reader is never copied as a whole.
 template <class Reader>
-VekStatus DecodeBlock(Reader& reader, const DecodeHuffmanSpec& dc, const DecodeHuffmanSpec& ac, int16_t* block,
-                      int16_t& lastDc, int32_t& end) {
-  Reader local = reader;
+[[gnu::always_inline]] inline VekStatus DecodeBlock(Reader reader, const DecodeHuffmanSpec& dc,
+                                                    const DecodeHuffmanSpec& ac, int16_t* block, int16_t& lastDc,
+                                                    int32_t& end) {
   int32_t reached = 0;
   int16_t dcValue = lastDc;
-  const VekStatus st = DecodeBlockBits(local, dc, ac, block, dcValue, reached);
-  reader = local;
+  const VekStatus st = DecodeBlockBits(reader, dc, ac, block, dcValue, reached);
   end = reached;
   lastDc = dcValue;
+  reader.Finish();
   return st;
 }
 
