@@ -188,26 +188,37 @@ class DctDecoder {
   std::vector<Coefficients> coefs_;  // progressive frames only
 };
 
-// Brings a chroma plane to the luma plane's size with the library's triangle
-// up-samplers (2x horizontally, or 2x both ways), or by repetition for other
-// ratios.
-Plane UpsampleTo(Plane& p, int width, int height) {
-  if (p.width == width && p.height == height) return std::move(p);
-  Plane out(width, height);
-  const VekiRoiSize src = {p.width, p.height}, dst = {width, height};
-  if (width == 2 * p.width && height == 2 * p.height) {
-    p.ReplicateContextRows();
-    Check(vekiSampleUpH2V2_JPEG_8u_C1R(p.Row(0), p.width, src, out.Row(0), width, dst), "chroma up-sampling");
-  } else if (width == 2 * p.width && height == p.height) {
-    Check(vekiSampleUpH2V1_JPEG_8u_C1R(p.Row(0), p.width, src, out.Row(0), width, dst), "chroma up-sampling");
-  } else {
-    const int fx = width / p.width, fy = height / p.height;
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < width; ++x) out.Row(y)[x] = p.Row(y / fy)[x / fx];
-    }
+// One row of a chroma plane at the luma plane's size: 2x horizontally (and
+// 2x vertically) by the library's triangle filters, or by repetition for
+// other ratios. Row r of a 2x2 plane weighs its nearer source row (r / 2)
+// with the farther one above or below, read from the context rows at the
+// plane's edges.
+class ChromaRows {
+ public:
+  ChromaRows(Plane& plane, int width, int height)
+      : plane_(plane), fx_(width / plane.width), fy_(height / plane.height), row_(static_cast<std::size_t>(width)) {
+    plane_.ReplicateContextRows();
   }
-  return out;
-}
+  const uint8_t* Row(int r) {
+    const int near = r / fy_;
+    if (fx_ == 1 && fy_ == 1) return plane_.Row(r);
+    if (fx_ == 2 && fy_ == 2) {
+      const int far = r % 2 == 0 ? near - 1 : near + 1;
+      Check(vekiSampleUpRowH2V2_Triangle_JPEG_8u_C1(plane_.Row(near), plane_.Row(far), plane_.width, row_.data()),
+            "chroma up-sampling");
+    } else if (fx_ == 2 && fy_ == 1) {
+      Check(vekiSampleUpRowH2V1_Triangle_JPEG_8u_C1(plane_.Row(near), plane_.width, row_.data()), "chroma up-sampling");
+    } else {
+      for (std::size_t x = 0; x < row_.size(); ++x) row_[x] = plane_.Row(near)[x / static_cast<std::size_t>(fx_)];
+    }
+    return row_.data();
+  }
+
+ private:
+  Plane& plane_;
+  int fx_, fy_;
+  std::vector<uint8_t> row_;
+};
 
 Image DctDecoder::Finish(const DecoderTables& t) {
   if (frame_.Progressive()) {
@@ -233,19 +244,20 @@ Image DctDecoder::Finish(const DecoderTables& t) {
   if (wide % planes_[1].width || high % planes_[1].height || wide % planes_[2].width || high % planes_[2].height) {
     Corrupt("unsupported sampling factors");
   }
-  Plane cb = UpsampleTo(planes_[1], wide, high), cr = UpsampleTo(planes_[2], wide, high);
-  const Vek8u* src[3] = {planes_[0].Row(0), cb.Row(0), cr.Row(0)};
-  if (t.adobe_transform == 0) {  // the components are R, G and B already
-    for (int y = 0; y < frame_.height; ++y) {
-      uint8_t* out = image.pixels.data() + static_cast<std::size_t>(y) * frame_.width * 3;
+  // Row by row, so that each row's up-sampled chroma is converted while it
+  // is still in the cache.
+  ChromaRows cb(planes_[1], wide, high), cr(planes_[2], wide, high);
+  for (int y = 0; y < frame_.height; ++y) {
+    const Vek8u* src[3] = {planes_[0].Row(y), cb.Row(y), cr.Row(y)};
+    uint8_t* out = image.pixels.data() + static_cast<std::size_t>(y) * frame_.width * 3;
+    if (t.adobe_transform == 0) {  // the components are R, G and B already
       for (int x = 0; x < frame_.width; ++x) {
-        for (int c = 0; c < 3; ++c) out[3 * x + c] = src[c][static_cast<std::ptrdiff_t>(y) * wide + x];
+        for (int c = 0; c < 3; ++c) out[3 * x + c] = src[c][x];
       }
+    } else {
+      Check(vekiYCbCrToRGB_JPEG_8u_P3C3R(src, wide, out, 3 * frame_.width, {frame_.width, 1}), "colour conversion");
     }
-    return image;
   }
-  Check(vekiYCbCrToRGB_JPEG_8u_P3C3R(src, wide, image.pixels.data(), 3 * frame_.width, {frame_.width, frame_.height}),
-        "colour conversion");
   return image;
 }
 
