@@ -27,14 +27,14 @@ using D8 = hn::Rebind<uint8_t, D16>;        // 2N bytes
 using D8Half = hn::Rebind<uint8_t, D32>;    // N bytes
 
 // Bytes e[k], o[k] as lanes 2k, 2k+1.
-hn::Vec<D8> Interleave(hn::Vec<D8Half> e, hn::Vec<D8Half> o) {
+HWY_INLINE hn::Vec<D8> Interleave(hn::Vec<D8Half> e, hn::Vec<D8Half> o) {
   const hn::Rebind<uint16_t, D32> d16;
   const auto w = hn::Or(hn::PromoteTo(d16, e), hn::ShiftLeft<8>(hn::PromoteTo(d16, o)));
   return hn::BitCast(D8(), w);
 }
 
 template <class Layout>
-void LoadRgb(const uint8_t* p, hn::Vec<D8>& r, hn::Vec<D8>& g, hn::Vec<D8>& b) {
+HWY_INLINE void LoadRgb(const uint8_t* p, hn::Vec<D8>& r, hn::Vec<D8>& g, hn::Vec<D8>& b) {
   hn::Vec<D8> c[4];
   LoadChannels<Layout>(D8(), p, c);
   r = c[0];
