@@ -333,6 +333,101 @@ HWY_INLINE void CmykMaddStep(const colour::SrcRow& src, const colour::DstRow& ds
   for (int c = 0; c < 4; ++c) hn::StoreU(out[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
 }
 
+// ---- Interleaved bytes straight to multiply-add pairs ------------------------------
+//
+// N interleaved pixels (N the 32-bit lane count) become one 32-bit lane each,
+// as the 16-bit pairs (R, G) and (B, 1), in pixel order: 3-byte pixels are
+// first moved four to a 128-bit block (pixels 4k..4k+3 are the 32-bit words
+// 3k..3k+2), then byte shuffles within each block widen the channels. One
+// vector load serves N pixels, so it reads 4N bytes.
+
+// A lane permutation of 32-bit lanes.
+template <class D32>
+using LaneOrder = decltype(hn::SetTableIndices(hn::RebindToUnsigned<D32>(), static_cast<const uint32_t*>(nullptr)));
+
+template <class In, class D32>
+struct PairLoader {
+  using D8 = hn::Repartition<uint8_t, D32>;
+  using D16 = hn::Repartition<int16_t, D32>;
+  LaneOrder<D32> blocks;
+  hn::Vec<D8> rg, b;
+  hn::Vec<D32> one;
+
+  // Byte k of block j of the shuffle: channel `first` (and `second`, -1 for
+  // none) of pixel k / 4 as the low bytes of 16-bit lanes, 0x80 for zero.
+  static hn::Vec<D8> Shuffle(int first, int second) {
+    alignas(16) uint8_t idx[16];
+    for (int k = 0; k < 16; ++k) {
+      const int channel = k % 4 == 0 ? first : k % 4 == 2 ? second : -1;
+      idx[k] = static_cast<uint8_t>(channel < 0 ? 0x80 : In::kPixelBytes * (k / 4) + In::kOffset[channel]);
+    }
+    return hn::LoadDup128(D8(), idx);
+  }
+  static LaneOrder<D32> Blocks() {
+    const hn::RebindToUnsigned<D32> du;
+    alignas(64) uint32_t idx[16] = {};
+    for (size_t i = 0; i < hn::Lanes(du); ++i) idx[i] = static_cast<uint32_t>(3 * (i / 4) + std::min<size_t>(i % 4, 2));
+    return hn::SetTableIndices(du, idx);
+  }
+  PairLoader() : blocks(Blocks()), rg(Shuffle(0, 1)), b(Shuffle(2, -1)), one(hn::Set(D32(), 1 << 16)) {}
+
+  HWY_INLINE void Load(const uint8_t* p, hn::Vec<D16>& rgPairs, hn::Vec<D16>& bPairs) const {
+    const D32 d32;
+    const hn::RebindToUnsigned<D32> du;
+    auto bytes = hn::LoadU(D8(), p);
+    if constexpr (In::kPixelBytes == 3) bytes = hn::BitCast(D8(), hn::TableLookupLanes(hn::BitCast(du, bytes), blocks));
+    rgPairs = hn::BitCast(D16(), hn::TableLookupBytesOr0(bytes, rg));
+    bPairs = hn::BitCast(D16(), hn::Or(hn::BitCast(d32, hn::TableLookupBytesOr0(bytes, b)), one));
+  }
+};
+
+// Interleaved pixels [x, x + 2N) of a row into Out::kChannels planes: each
+// output of the two halves by two multiply-adds per lane, narrowed to 16 bits
+// (which interleaves the halves block by block), put back in pixel order and
+// narrowed to bytes.
+template <class In, class Out, class F, class D32>
+HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOrder<D32>& order,
+                                 const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
+  using D16 = typename PairLoader<In, D32>::D16;
+  const D32 d32;
+  const D16 d16;
+  const hn::Rebind<uint8_t, D16> d8;
+  const hn::RebindToUnsigned<D32> du;
+  const auto n = static_cast<int32_t>(hn::Lanes(d32));
+  const uint8_t* p = colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x;
+  hn::Vec<D16> rg[2], b[2];
+  loader.Load(p, rg[0], b[0]);
+  loader.Load(p + In::kPixelBytes * n, rg[1], b[1]);
+  constexpr MaddFormula f = MaddOf<F>();
+  for (int c = 0; c < Out::kChannels; ++c) {
+    const MaddOutput& o = f.out[c];
+    const auto wrg = WeightPair(d16, o.wr, o.wg), wb = WeightPair(d16, o.wb, o.c);
+    hn::Vec<D32> sum[2];
+    for (int h = 0; h < 2; ++h) {
+      const auto s = hn::Add(hn::Add(PairDot(d16, rg[h], wrg), PairDot(d16, b[h], wb)), hn::Set(d32, o.k));
+      sum[h] = f.shift == 15 ? hn::ShiftRight<15>(s) : hn::ShiftRight<14>(s);
+    }
+    const auto blocked = hn::BitCast(du, hn::ReorderDemote2To(d16, sum[0], sum[1]));
+    const auto v = hn::BitCast(d16, hn::TableLookupLanes(blocked, order));
+    hn::StoreU(hn::DemoteTo(d8, v), d8, colour::Ptr<uint8_t>(dst, c) + x);
+  }
+}
+
+// The lane order that undoes the block interleave of ReorderDemote2To: its
+// 64-bit lane 2k + h holds pixels 4k..4k+3 of half h.
+template <class D32>
+LaneOrder<D32> HalvesInPixelOrder(D32) {
+  const hn::RebindToUnsigned<D32> du;
+  const auto lanes = hn::Lanes(du);
+  const size_t groups = lanes / 2, perHalf = groups / 2;
+  alignas(64) uint32_t idx[16] = {};
+  for (size_t i = 0; i < lanes; ++i) {
+    const size_t q = i / 2, h = q / perHalf, k = q % perHalf;
+    idx[i] = static_cast<uint32_t>(2 * (2 * k + h) + i % 2);
+  }
+  return hn::SetTableIndices(du, idx);
+}
+
 // Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
 // outputs stored.
 template <class In, class Out, class F>
