@@ -47,6 +47,9 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   }
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
+    if constexpr (Out::kKind == Kind::kInterleaved) {
+      for (; x + 2 * pairs <= end; x += 2 * pairs) InverseInterleavedPairStep<Out, F>(src, dst, x, fill);
+    }
     for (; x + pairs <= end; x += pairs) InverseMaddStep<In, Out, F>(src, dst, x, fill);
   }
 #endif

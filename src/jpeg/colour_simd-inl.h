@@ -491,21 +491,46 @@ HWY_INLINE void InverseTerms(D16 d16, hn::Vec<D16> cb, hn::Vec<D16> cr, hn::Vec<
   t[2] = term(cb, one, 29032, 11207, 0, -227);
 }
 
-template <class In, class Out, class F>
-HWY_INLINE void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) {
-  const hn::ScalableTag<int16_t> d16;
-  const hn::Rebind<uint8_t, decltype(d16)> d8;
+// The output bytes of pixels [x, x + M), M the 16-bit lane count: R, G, B,
+// or C, M, Y and K.
+template <class F, class D8>
+HWY_INLINE void InverseBytes(D8 d8, const colour::SrcRow& src, int32_t x, hn::Vec<D8> (&v)[4]) {
+  const hn::Rebind<int16_t, D8> d16;
   const auto y = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 0) + x));
   const auto cb = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 1) + x));
   const auto cr = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 2) + x));
   hn::Vec<decltype(d16)> t[3];
   InverseTerms(d16, cb, cr, t);
-  hn::Vec<decltype(d8)> v[4] = {hn::DemoteTo(d8, hn::Add(y, t[0])), hn::DemoteTo(d8, hn::Add(y, t[1])),
-                                hn::DemoteTo(d8, hn::Add(y, t[2])), hn::Zero(d8)};
+  for (int c = 0; c < 3; ++c) v[c] = hn::DemoteTo(d8, hn::Add(y, t[c]));
+  v[3] = hn::Zero(d8);
   if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
     for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
     v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);
   }
+}
+
+// Pixels [x, x + 2M) into an interleaved layout: the bytes of two steps
+// joined, so that the interleaving works on whole vectors.
+template <class Out, class F>
+HWY_INLINE void InverseInterleavedPairStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x,
+                                           uint8_t fill) {
+  const hn::Rebind<uint8_t, hn::ScalableTag<int16_t>> d8;
+  const hn::Twice<decltype(d8)> d8x2;
+  const auto m = static_cast<int32_t>(hn::Lanes(d8));
+  hn::Vec<decltype(d8)> lo[4], hi[4];
+  InverseBytes<F>(d8, src, x, lo);
+  InverseBytes<F>(d8, src, x + m, hi);
+  hn::Vec<decltype(d8x2)> v[4];
+  for (int c = 0; c < 4; ++c) v[c] = hn::Combine(d8x2, hi[c], lo[c]);
+  StoreChannels<Out>(d8x2, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
+}
+
+template <class In, class Out, class F>
+HWY_INLINE void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  hn::Vec<decltype(d8)> v[4];
+  InverseBytes<F>(d8, src, x, v);
   if constexpr (Out::kKind == colour::Kind::kInterleaved) {
     StoreChannels<Out>(d8, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
   } else if constexpr (Out::kKind == colour::Kind::kPlanes) {
