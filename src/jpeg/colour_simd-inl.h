@@ -227,16 +227,17 @@ HWY_INLINE VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
 // ---- Forward formulas on 16-bit pairs ------------------------------------------------
 //
 // The forward 8-bit formulas as two pairwise 16-bit multiply-adds per output:
-// (R, G) . (wR, wG) + (B, 1) . (wB, c) + k, with c + k the formula's
-// constant. Pixels are paired with their neighbours by interleaving the
-// lower and the upper lanes of each 128-bit block; narrowing the two halves
-// back block by block restores the pixel order.
+// (R, G) . (wR, wG) + (B, 1) . (wB, c), shifted, plus `offset`: c is the
+// part of the constant below the scale, offset the multiple of the scale (the
+// chroma offset 128), added after narrowing to 16 bits. Pixels are paired
+// with their neighbours by interleaving the lower and the upper lanes of each
+// 128-bit block; narrowing the two halves back block by block restores the
+// pixel order.
 
 #if HWY_TARGET != HWY_SCALAR
 
 struct MaddOutput {
-  int16_t wr, wg, wb, c;
-  int32_t k;
+  int16_t wr, wg, wb, c, offset;
 };
 struct MaddFormula {
   MaddOutput out[3];
@@ -244,12 +245,12 @@ struct MaddFormula {
 };
 
 inline constexpr MaddFormula kMadd15 = {
-    {{9798, 19235, 3736, 16266, 0}, {-5529, -10855, 16384, 16384, 4194304}, {16384, -13720, -2664, 16400, 4194304}},
+    {{9798, 19235, 3736, 16266, 0}, {-5529, -10855, 16384, 16384, 128}, {16384, -13720, -2664, 16400, 128}},
     15};
 constexpr MaddFormula Madd14(colour::CbWeights cb) {
   return {{{4899, 9617, 1868, 8192, 0},
-           {static_cast<int16_t>(cb.r), static_cast<int16_t>(cb.g), 8192, 8192, 2097152},
-           {8192, -6860, -1332, 8192, 2097152}},
+           {static_cast<int16_t>(cb.r), static_cast<int16_t>(cb.g), 8192, 8192, 128},
+           {8192, -6860, -1332, 8192, 128}},
           14};
 }
 
@@ -307,7 +308,7 @@ HWY_INLINE hn::Vec<D16> Dot2(D16 d16, hn::Vec<D16> a1, hn::Vec<D16> b1, int16_t 
 // 16 bits in pixel order.
 template <int kShift, class D16>
 HWY_INLINE hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b, const MaddOutput& o) {
-  return Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, o.k);
+  return hn::Add(Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, 0), hn::Set(d16, o.offset));
 }
 
 // CMYK to YCCK at scale 2^16 on pairs: the weights above 2^15 go in two
@@ -404,11 +405,11 @@ HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOr
     const auto wrg = WeightPair(d16, o.wr, o.wg), wb = WeightPair(d16, o.wb, o.c);
     hn::Vec<D32> sum[2];
     for (int h = 0; h < 2; ++h) {
-      const auto s = hn::Add(hn::Add(PairDot(d16, rg[h], wrg), PairDot(d16, b[h], wb)), hn::Set(d32, o.k));
+      const auto s = hn::Add(PairDot(d16, rg[h], wrg), PairDot(d16, b[h], wb));
       sum[h] = f.shift == 15 ? hn::ShiftRight<15>(s) : hn::ShiftRight<14>(s);
     }
     const auto blocked = hn::BitCast(du, hn::ReorderDemote2To(d16, sum[0], sum[1]));
-    const auto v = hn::BitCast(d16, hn::TableLookupLanes(blocked, order));
+    const auto v = hn::Add(hn::BitCast(d16, hn::TableLookupLanes(blocked, order)), hn::Set(d16, o.offset));
     hn::StoreU(hn::DemoteTo(d8, v), d8, colour::Ptr<uint8_t>(dst, c) + x);
   }
 }
