@@ -146,14 +146,16 @@ std::vector<Case> Cases() {
 }
 
 // Planes of w x h pixels of `bytes` bytes, rows `step` apart, the first row
-// starting at an odd offset so that 16-bit rows are unaligned.
+// starting at an odd offset so that 16-bit rows are unaligned. A random
+// (source) image ends where its last row ends, so that the address sanitizer
+// sees any vector load past the region; a destination keeps bytes after it.
 struct TestImage {
   int step;
   std::vector<std::vector<Vek8u>> storage;
   std::vector<Vek8u*> planes;
   TestImage(int planeCount, int bytes, int w, int h, bool random) : step(w * bytes + 3) {
     for (int c = 0; c < planeCount; ++c) {
-      storage.push_back(random ? RandomVector<Vek8u>(static_cast<std::size_t>(step * h + 8), 0, 255)
+      storage.push_back(random ? RandomVector<Vek8u>(static_cast<std::size_t>(1 + step * (h - 1) + w * bytes), 0, 255)
                                : std::vector<Vek8u>(static_cast<std::size_t>(step * h + 8), 0xEE));
     }
     for (auto& s : storage) planes.push_back(s.data() + 1);

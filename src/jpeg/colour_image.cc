@@ -27,6 +27,16 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   const int32_t end = F::VectorEnd(width);
   int32_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
+  if constexpr (kForwardMadd<In, F> && In::kKind == Kind::kInterleaved) {
+    // Each half's load reads 4 bytes a pixel: stop where the second one would
+    // pass the row.
+    const PairLoader<In, decltype(d)> loader;
+    const auto order = HalvesInPixelOrder(d);
+    for (; x + 2 * lanes <= end && In::kPixelBytes * (x + lanes) + 4 * lanes <= In::kPixelBytes * width;
+         x += 2 * lanes) {
+      ForwardPairsStep<In, Out, F>(loader, order, src, dst, x);
+    }
+  }
   if constexpr (kForwardMadd<In, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);
@@ -37,6 +47,9 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   }
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
+    if constexpr (Out::kKind == Kind::kInterleaved) {
+      for (; x + 2 * pairs <= end; x += 2 * pairs) InverseInterleavedPairStep<Out, F>(src, dst, x, fill);
+    }
     for (; x + pairs <= end; x += pairs) InverseMaddStep<In, Out, F>(src, dst, x, fill);
   }
 #endif

@@ -32,7 +32,7 @@ struct VPx {
 // Interleaved pixels as byte vectors, channel i at byte kOffset[i] of a pixel;
 // a three-channel 4-byte pixel gets `fill` in its fourth byte.
 template <class Layout, class D8>
-void LoadChannels(D8 d8, const uint8_t* p, hn::Vec<D8> (&v)[4]) {
+HWY_INLINE void LoadChannels(D8 d8, const uint8_t* p, hn::Vec<D8> (&v)[4]) {
   hn::Vec<D8> raw[4];
   if constexpr (Layout::kPixelBytes == 3) {
     hn::LoadInterleaved3(d8, p, raw[0], raw[1], raw[2]);
@@ -44,7 +44,7 @@ void LoadChannels(D8 d8, const uint8_t* p, hn::Vec<D8> (&v)[4]) {
 }
 
 template <class Layout, class D8>
-void StoreChannels(D8 d8, const hn::Vec<D8> (&v)[4], uint8_t fill, uint8_t* p) {
+HWY_INLINE void StoreChannels(D8 d8, const hn::Vec<D8> (&v)[4], uint8_t fill, uint8_t* p) {
   hn::Vec<D8> raw[4];
   for (int c = 0; c < Layout::kChannels; ++c) raw[Layout::kOffset[c]] = v[c];
   if constexpr (Layout::kPixelBytes == 3) {
@@ -66,7 +66,7 @@ std::array<int32_t, 16> PairIndices(bool alternate) {
 }
 
 template <class In, class D>
-VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
+HWY_INLINE VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
   using colour::Kind;
   const hn::Rebind<uint8_t, D> d8;
   VPx<D> v;
@@ -113,7 +113,7 @@ VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
 
 // Values are saturated to 0..255 on the way out.
 template <class Out, class D>
-void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx<D>& v, uint8_t fill) {
+HWY_INLINE void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx<D>& v, uint8_t fill) {
   using colour::Kind;
   const hn::Rebind<uint8_t, D> d8;
   if constexpr (Out::kKind == Kind::kInterleaved) {
@@ -151,13 +151,13 @@ void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx<D>& v, uin
 
 // a*ka + b*kb + c*kc + k
 template <class D, class V = hn::Vec<D>>
-V Dot(D d, V a, int32_t ka, V b, int32_t kb, V c, int32_t kc, int32_t k) {
+HWY_INLINE V Dot(D d, V a, int32_t ka, V b, int32_t kb, V c, int32_t kc, int32_t k) {
   return hn::Add(hn::Add(hn::Mul(a, hn::Set(d, ka)), hn::Mul(b, hn::Set(d, kb))),
                  hn::Add(hn::Mul(c, hn::Set(d, kc)), hn::Set(d, k)));
 }
 
 template <class D>
-VPx<D> Forward15(D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> Forward15(D d, const VPx<D>& p) {
   VPx<D> o;
   o.c[0] = hn::ShiftRight<15>(Dot(d, p.c[0], 9798, p.c[1], 19235, p.c[2], 3736, 16266));
   o.c[1] = hn::ShiftRight<15>(Dot(d, p.c[0], -5529, p.c[1], -10855, p.c[2], 16384, 4210688));
@@ -167,7 +167,7 @@ VPx<D> Forward15(D d, const VPx<D>& p) {
 }
 
 template <class D>
-VPx<D> Forward14(D d, const VPx<D>& p, colour::CbWeights cb) {
+HWY_INLINE VPx<D> Forward14(D d, const VPx<D>& p, colour::CbWeights cb) {
   VPx<D> o;
   o.c[0] = hn::ShiftRight<14>(Dot(d, p.c[0], 4899, p.c[1], 9617, p.c[2], 1868, 8192));
   o.c[1] = hn::ShiftRight<14>(Dot(d, p.c[0], cb.r, p.c[1], cb.g, p.c[2], 8192, 2105344));
@@ -179,7 +179,7 @@ VPx<D> Forward14(D d, const VPx<D>& p, colour::CbWeights cb) {
 // The scale-2^14 inverse. With 8-bit chroma every chroma term lies within
 // -227..226, so the 16-bit saturation of the plain form never acts here.
 template <class D>
-VPx<D> Inverse14(D d, const VPx<D>& p, colour::InverseOffsets k) {
+HWY_INLINE VPx<D> Inverse14(D d, const VPx<D>& p, colour::InverseOffsets k) {
   const auto zero = hn::Zero(d);
   VPx<D> o;
   o.c[0] = hn::Add(p.c[0], hn::ShiftRight<14>(Dot(d, p.c[2], 22970, zero, 0, zero, 0, k.r)));
@@ -190,19 +190,19 @@ VPx<D> Inverse14(D d, const VPx<D>& p, colour::InverseOffsets k) {
 }
 
 template <class D>
-VPx<D> VectorFormula(colour::ForwardGroupsOf8, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> VectorFormula(colour::ForwardGroupsOf8, D d, const VPx<D>& p) {
   return Forward15(d, p);
 }
 template <class D>
-VPx<D> VectorFormula(colour::Forward15Everywhere, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> VectorFormula(colour::Forward15Everywhere, D d, const VPx<D>& p) {
   return Forward15(d, p);
 }
 template <int32_t kCbR, class D>
-VPx<D> VectorFormula(colour::Forward14Everywhere<kCbR>, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> VectorFormula(colour::Forward14Everywhere<kCbR>, D d, const VPx<D>& p) {
   return Forward14(d, p, colour::Forward14Everywhere<kCbR>::kCb);
 }
 template <class D>
-VPx<D> VectorFormula(colour::ForwardCmyk, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> VectorFormula(colour::ForwardCmyk, D d, const VPx<D>& p) {
   const auto max = hn::Set(d, 255);
   const auto r = hn::Sub(max, p.c[0]), g = hn::Sub(max, p.c[1]), b = hn::Sub(max, p.c[2]);
   VPx<D> o;
@@ -213,11 +213,11 @@ VPx<D> VectorFormula(colour::ForwardCmyk, D d, const VPx<D>& p) {
   return o;
 }
 template <class D>
-VPx<D> VectorFormula(colour::InverseGroupsOf4, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> VectorFormula(colour::InverseGroupsOf4, D d, const VPx<D>& p) {
   return Inverse14(d, p, colour::kPlaneOffsets);
 }
 template <class D>
-VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
   VPx<D> o = Inverse14(d, p, colour::kPlaneOffsets);
   const auto zero = hn::Zero(d), max = hn::Set(d, 255);
   for (int c = 0; c < 3; ++c) o.c[c] = hn::Sub(max, hn::Min(hn::Max(o.c[c], zero), max));
@@ -227,16 +227,17 @@ VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
 // ---- Forward formulas on 16-bit pairs ------------------------------------------------
 //
 // The forward 8-bit formulas as two pairwise 16-bit multiply-adds per output:
-// (R, G) . (wR, wG) + (B, 1) . (wB, c) + k, with c + k the formula's
-// constant. Pixels are paired with their neighbours by interleaving the
-// lower and the upper lanes of each 128-bit block; narrowing the two halves
-// back block by block restores the pixel order.
+// (R, G) . (wR, wG) + (B, 1) . (wB, c), shifted, plus `offset`: c is the
+// part of the constant below the scale, offset the multiple of the scale (the
+// chroma offset 128), added after narrowing to 16 bits. Pixels are paired
+// with their neighbours by interleaving the lower and the upper lanes of each
+// 128-bit block; narrowing the two halves back block by block restores the
+// pixel order.
 
 #if HWY_TARGET != HWY_SCALAR
 
 struct MaddOutput {
-  int16_t wr, wg, wb, c;
-  int32_t k;
+  int16_t wr, wg, wb, c, offset;
 };
 struct MaddFormula {
   MaddOutput out[3];
@@ -244,12 +245,12 @@ struct MaddFormula {
 };
 
 inline constexpr MaddFormula kMadd15 = {
-    {{9798, 19235, 3736, 16266, 0}, {-5529, -10855, 16384, 16384, 4194304}, {16384, -13720, -2664, 16400, 4194304}},
+    {{9798, 19235, 3736, 16266, 0}, {-5529, -10855, 16384, 16384, 128}, {16384, -13720, -2664, 16400, 128}},
     15};
 constexpr MaddFormula Madd14(colour::CbWeights cb) {
   return {{{4899, 9617, 1868, 8192, 0},
-           {static_cast<int16_t>(cb.r), static_cast<int16_t>(cb.g), 8192, 8192, 2097152},
-           {8192, -6860, -1332, 8192, 2097152}},
+           {static_cast<int16_t>(cb.r), static_cast<int16_t>(cb.g), 8192, 8192, 128},
+           {8192, -6860, -1332, 8192, 128}},
           14};
 }
 
@@ -273,7 +274,7 @@ constexpr MaddFormula MaddOf() {
 
 // A 16-bit vector of (first, second) pairs.
 template <class D16>
-hn::Vec<D16> WeightPair(D16 d16, int16_t first, int16_t second) {
+HWY_INLINE hn::Vec<D16> WeightPair(D16 d16, int16_t first, int16_t second) {
   const hn::Repartition<int32_t, D16> d32;
   return hn::BitCast(d16, hn::Set(d32, static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(first)) |
                                                            static_cast<uint32_t>(static_cast<uint16_t>(second)) << 16)));
@@ -281,7 +282,7 @@ hn::Vec<D16> WeightPair(D16 d16, int16_t first, int16_t second) {
 
 // Lane k: a[2k] w[2k] + a[2k+1] w[2k+1], exactly, in 32 bits.
 template <class D16>
-hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, hn::Vec<D16> w) {
+HWY_INLINE hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, hn::Vec<D16> w) {
   const hn::Repartition<int32_t, D16> d32;
   auto odd = hn::Zero(d32);
   const auto even = hn::ReorderWidenMulAccumulate(d32, a, w, hn::Zero(d32), odd);
@@ -291,7 +292,7 @@ hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, hn::Vec<D16>
 // ((a1, b1) . (wa1, wb1) + (a2, b2) . (wa2, wb2) + k) >> kShift for 16-bit
 // lanes, narrowed to 16 bits in lane order.
 template <int kShift, class D16>
-hn::Vec<D16> Dot2(D16 d16, hn::Vec<D16> a1, hn::Vec<D16> b1, int16_t wa1, int16_t wb1, hn::Vec<D16> a2,
+HWY_INLINE hn::Vec<D16> Dot2(D16 d16, hn::Vec<D16> a1, hn::Vec<D16> b1, int16_t wa1, int16_t wb1, hn::Vec<D16> a2,
                   hn::Vec<D16> b2, int16_t wa2, int16_t wb2, int32_t k) {
   const hn::Repartition<int32_t, D16> d32;
   const auto w1 = WeightPair(d16, wa1, wb1), w2 = WeightPair(d16, wa2, wb2);
@@ -306,15 +307,15 @@ hn::Vec<D16> Dot2(D16 d16, hn::Vec<D16> a1, hn::Vec<D16> b1, int16_t wa1, int16_
 // One output of a forward formula for the 16-bit pixels r, g, b, narrowed to
 // 16 bits in pixel order.
 template <int kShift, class D16>
-hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b, const MaddOutput& o) {
-  return Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, o.k);
+HWY_INLINE hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b, const MaddOutput& o) {
+  return hn::Add(Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, 0), hn::Set(d16, o.offset));
 }
 
 // CMYK to YCCK at scale 2^16 on pairs: the weights above 2^15 go in two
 // halves, (G', G') . (19235, 19235) for 38470 G' and (X, X) . (16384, 16384)
 // for 32768 X.
 template <class In, class Out>
-void CmykMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
+HWY_INLINE void CmykMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
   const hn::ScalableTag<int16_t> d16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
   hn::Vec<decltype(d8)> bytes[4];
@@ -333,10 +334,105 @@ void CmykMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t 
   for (int c = 0; c < 4; ++c) hn::StoreU(out[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
 }
 
+// ---- Interleaved bytes straight to multiply-add pairs ------------------------------
+//
+// N interleaved pixels (N the 32-bit lane count) become one 32-bit lane each,
+// as the 16-bit pairs (R, G) and (B, 1), in pixel order: 3-byte pixels are
+// first moved four to a 128-bit block (pixels 4k..4k+3 are the 32-bit words
+// 3k..3k+2), then byte shuffles within each block widen the channels. One
+// vector load serves N pixels, so it reads 4N bytes.
+
+// A lane permutation of 32-bit lanes.
+template <class D32>
+using LaneOrder = decltype(hn::SetTableIndices(hn::RebindToUnsigned<D32>(), static_cast<const uint32_t*>(nullptr)));
+
+template <class In, class D32>
+struct PairLoader {
+  using D8 = hn::Repartition<uint8_t, D32>;
+  using D16 = hn::Repartition<int16_t, D32>;
+  LaneOrder<D32> blocks;
+  hn::Vec<D8> rg, b;
+  hn::Vec<D32> one;
+
+  // Byte k of block j of the shuffle: channel `first` (and `second`, -1 for
+  // none) of pixel k / 4 as the low bytes of 16-bit lanes, 0x80 for zero.
+  static hn::Vec<D8> Shuffle(int first, int second) {
+    alignas(16) uint8_t idx[16];
+    for (int k = 0; k < 16; ++k) {
+      const int channel = k % 4 == 0 ? first : k % 4 == 2 ? second : -1;
+      idx[k] = static_cast<uint8_t>(channel < 0 ? 0x80 : In::kPixelBytes * (k / 4) + In::kOffset[channel]);
+    }
+    return hn::LoadDup128(D8(), idx);
+  }
+  static LaneOrder<D32> Blocks() {
+    const hn::RebindToUnsigned<D32> du;
+    alignas(64) uint32_t idx[16] = {};
+    for (size_t i = 0; i < hn::Lanes(du); ++i) idx[i] = static_cast<uint32_t>(3 * (i / 4) + std::min<size_t>(i % 4, 2));
+    return hn::SetTableIndices(du, idx);
+  }
+  PairLoader() : blocks(Blocks()), rg(Shuffle(0, 1)), b(Shuffle(2, -1)), one(hn::Set(D32(), 1 << 16)) {}
+
+  HWY_INLINE void Load(const uint8_t* p, hn::Vec<D16>& rgPairs, hn::Vec<D16>& bPairs) const {
+    const D32 d32;
+    const hn::RebindToUnsigned<D32> du;
+    auto bytes = hn::LoadU(D8(), p);
+    if constexpr (In::kPixelBytes == 3) bytes = hn::BitCast(D8(), hn::TableLookupLanes(hn::BitCast(du, bytes), blocks));
+    rgPairs = hn::BitCast(D16(), hn::TableLookupBytesOr0(bytes, rg));
+    bPairs = hn::BitCast(D16(), hn::Or(hn::BitCast(d32, hn::TableLookupBytesOr0(bytes, b)), one));
+  }
+};
+
+// Interleaved pixels [x, x + 2N) of a row into Out::kChannels planes: each
+// output of the two halves by two multiply-adds per lane, narrowed to 16 bits
+// (which interleaves the halves block by block), put back in pixel order and
+// narrowed to bytes.
+template <class In, class Out, class F, class D32>
+HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOrder<D32>& order,
+                                 const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
+  using D16 = typename PairLoader<In, D32>::D16;
+  const D32 d32;
+  const D16 d16;
+  const hn::Rebind<uint8_t, D16> d8;
+  const hn::RebindToUnsigned<D32> du;
+  const auto n = static_cast<int32_t>(hn::Lanes(d32));
+  const uint8_t* p = colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x;
+  hn::Vec<D16> rg[2], b[2];
+  loader.Load(p, rg[0], b[0]);
+  loader.Load(p + In::kPixelBytes * n, rg[1], b[1]);
+  constexpr MaddFormula f = MaddOf<F>();
+  for (int c = 0; c < Out::kChannels; ++c) {
+    const MaddOutput& o = f.out[c];
+    const auto wrg = WeightPair(d16, o.wr, o.wg), wb = WeightPair(d16, o.wb, o.c);
+    hn::Vec<D32> sum[2];
+    for (int h = 0; h < 2; ++h) {
+      const auto s = hn::Add(PairDot(d16, rg[h], wrg), PairDot(d16, b[h], wb));
+      sum[h] = f.shift == 15 ? hn::ShiftRight<15>(s) : hn::ShiftRight<14>(s);
+    }
+    const auto blocked = hn::BitCast(du, hn::ReorderDemote2To(d16, sum[0], sum[1]));
+    const auto v = hn::Add(hn::BitCast(d16, hn::TableLookupLanes(blocked, order)), hn::Set(d16, o.offset));
+    hn::StoreU(hn::DemoteTo(d8, v), d8, colour::Ptr<uint8_t>(dst, c) + x);
+  }
+}
+
+// The lane order that undoes the block interleave of ReorderDemote2To: its
+// 64-bit lane 2k + h holds pixels 4k..4k+3 of half h.
+template <class D32>
+LaneOrder<D32> HalvesInPixelOrder(D32) {
+  const hn::RebindToUnsigned<D32> du;
+  const auto lanes = hn::Lanes(du);
+  const size_t groups = lanes / 2, perHalf = groups / 2;
+  alignas(64) uint32_t idx[16] = {};
+  for (size_t i = 0; i < lanes; ++i) {
+    const size_t q = i / 2, h = q / perHalf, k = q % perHalf;
+    idx[i] = static_cast<uint32_t>(2 * (2 * k + h) + i % 2);
+  }
+  return hn::SetTableIndices(du, idx);
+}
+
 // Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
 // outputs stored.
 template <class In, class Out, class F>
-void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
+HWY_INLINE void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
   const hn::ScalableTag<int16_t> d16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
   hn::Vec<decltype(d16)> r, g, b;
@@ -381,7 +477,7 @@ constexpr bool kInverseMadd = std::is_same_v<F, colour::InverseGroupsOf4> || std
 
 // The three chroma terms of 16-bit Cb and Cr, in pixel order.
 template <class D16>
-void InverseTerms(D16 d16, hn::Vec<D16> cb, hn::Vec<D16> cr, hn::Vec<D16> (&t)[3]) {
+HWY_INLINE void InverseTerms(D16 d16, hn::Vec<D16> cb, hn::Vec<D16> cr, hn::Vec<D16> (&t)[3]) {
   const hn::Repartition<int32_t, D16> d32;
   const auto one = hn::Set(d16, 1);
   const auto term = [&](hn::Vec<D16> a, hn::Vec<D16> b, int16_t wa, int16_t wb, int32_t k, int16_t after) {
@@ -396,21 +492,46 @@ void InverseTerms(D16 d16, hn::Vec<D16> cb, hn::Vec<D16> cr, hn::Vec<D16> (&t)[3
   t[2] = term(cb, one, 29032, 11207, 0, -227);
 }
 
-template <class In, class Out, class F>
-void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) {
-  const hn::ScalableTag<int16_t> d16;
-  const hn::Rebind<uint8_t, decltype(d16)> d8;
+// The output bytes of pixels [x, x + M), M the 16-bit lane count: R, G, B,
+// or C, M, Y and K.
+template <class F, class D8>
+HWY_INLINE void InverseBytes(D8 d8, const colour::SrcRow& src, int32_t x, hn::Vec<D8> (&v)[4]) {
+  const hn::Rebind<int16_t, D8> d16;
   const auto y = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 0) + x));
   const auto cb = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 1) + x));
   const auto cr = hn::PromoteTo(d16, hn::LoadU(d8, colour::Ptr<uint8_t>(src, 2) + x));
   hn::Vec<decltype(d16)> t[3];
   InverseTerms(d16, cb, cr, t);
-  hn::Vec<decltype(d8)> v[4] = {hn::DemoteTo(d8, hn::Add(y, t[0])), hn::DemoteTo(d8, hn::Add(y, t[1])),
-                                hn::DemoteTo(d8, hn::Add(y, t[2])), hn::Zero(d8)};
+  for (int c = 0; c < 3; ++c) v[c] = hn::DemoteTo(d8, hn::Add(y, t[c]));
+  v[3] = hn::Zero(d8);
   if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
     for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
     v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);
   }
+}
+
+// Pixels [x, x + 2M) into an interleaved layout: the bytes of two steps
+// joined, so that the interleaving works on whole vectors.
+template <class Out, class F>
+HWY_INLINE void InverseInterleavedPairStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x,
+                                           uint8_t fill) {
+  const hn::Rebind<uint8_t, hn::ScalableTag<int16_t>> d8;
+  const hn::Twice<decltype(d8)> d8x2;
+  const auto m = static_cast<int32_t>(hn::Lanes(d8));
+  hn::Vec<decltype(d8)> lo[4], hi[4];
+  InverseBytes<F>(d8, src, x, lo);
+  InverseBytes<F>(d8, src, x + m, hi);
+  hn::Vec<decltype(d8x2)> v[4];
+  for (int c = 0; c < 4; ++c) v[c] = hn::Combine(d8x2, hi[c], lo[c]);
+  StoreChannels<Out>(d8x2, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
+}
+
+template <class In, class Out, class F>
+HWY_INLINE void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::Rebind<uint8_t, decltype(d16)> d8;
+  hn::Vec<decltype(d8)> v[4];
+  InverseBytes<F>(d8, src, x, v);
   if constexpr (Out::kKind == colour::Kind::kInterleaved) {
     StoreChannels<Out>(d8, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
   } else if constexpr (Out::kKind == colour::Kind::kPlanes) {
@@ -433,12 +554,12 @@ void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32
 // ---- Group formulas (colour_groups.h) on vectors ------------------------------------
 
 template <class D>
-hn::Vec<D> Clamp(D d, hn::Vec<D> v, int32_t lo, int32_t hi) {
+HWY_INLINE hn::Vec<D> Clamp(D d, hn::Vec<D> v, int32_t lo, int32_t hi) {
   return hn::Min(hn::Max(v, hn::Set(d, lo)), hn::Set(d, hi));
 }
 
 template <bool kCmyk, class D>
-VPx<D> GroupTerms(colour::BlockForward<kCmyk>, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> GroupTerms(colour::BlockForward<kCmyk>, D d, const VPx<D>& p) {
   const auto max = hn::Set(d, 255);
   const auto r = kCmyk ? hn::Sub(max, p.c[0]) : p.c[0], g = kCmyk ? hn::Sub(max, p.c[1]) : p.c[1],
              b = kCmyk ? hn::Sub(max, p.c[2]) : p.c[2];
@@ -450,39 +571,39 @@ VPx<D> GroupTerms(colour::BlockForward<kCmyk>, D d, const VPx<D>& p) {
   return t;
 }
 template <bool kCmyk, class D>
-hn::Vec<D> GroupLuma(colour::BlockForward<kCmyk>, D d, hn::Vec<D> y) {
+HWY_INLINE hn::Vec<D> GroupLuma(colour::BlockForward<kCmyk>, D d, hn::Vec<D> y) {
   return hn::ShiftRight<14>(hn::Add(y, hn::Set(d, -2088960)));
 }
 template <bool kCmyk, class D>
-hn::Vec<D> GroupK(colour::BlockForward<kCmyk>, D d, hn::Vec<D> k) {
+HWY_INLINE hn::Vec<D> GroupK(colour::BlockForward<kCmyk>, D d, hn::Vec<D> k) {
   return hn::Sub(k, hn::Set(d, 128));
 }
 template <bool kCmyk, class D>
-hn::Vec<D> GroupChroma(colour::BlockForward<kCmyk>, D d, hn::Vec<D> sum, int log2n) {
+HWY_INLINE hn::Vec<D> GroupChroma(colour::BlockForward<kCmyk>, D d, hn::Vec<D> sum, int log2n) {
   return hn::ShiftRightSame(hn::Add(sum, hn::Set(d, 1 << (13 + log2n))), 14 + log2n);
 }
 
 template <class D>
-VPx<D> GroupTerms(colour::SampleForward, D, const VPx<D>& p) {
+HWY_INLINE VPx<D> GroupTerms(colour::SampleForward, D, const VPx<D>& p) {
   return p;
 }
 template <class D>
-hn::Vec<D> GroupLuma(colour::SampleForward, D d, hn::Vec<D> y) {
+HWY_INLINE hn::Vec<D> GroupLuma(colour::SampleForward, D d, hn::Vec<D> y) {
   return hn::Sub(y, hn::Set(d, 128));
 }
 template <class D>
-hn::Vec<D> GroupK(colour::SampleForward, D d, hn::Vec<D>) {
+HWY_INLINE hn::Vec<D> GroupK(colour::SampleForward, D d, hn::Vec<D>) {
   return hn::Zero(d);
 }
 template <class D>
-hn::Vec<D> GroupChroma(colour::SampleForward, D d, hn::Vec<D> sum, int log2n) {
+HWY_INLINE hn::Vec<D> GroupChroma(colour::SampleForward, D d, hn::Vec<D> sum, int log2n) {
   return hn::ShiftRightSame(hn::Sub(sum, hn::Set(d, 128 << log2n)), log2n);
 }
 
 // Level-shifted block values to pixels; inputs may be any 16-bit value, so
 // the chroma terms are saturated to 16 bits as in the plain form.
 template <bool kCmyk, class D>
-VPx<D> GroupInverse(colour::BlockInverse<kCmyk>, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> GroupInverse(colour::BlockInverse<kCmyk>, D d, const VPx<D>& p) {
   const auto zero = hn::Zero(d);
   const auto term = [&](hn::Vec<D> sum) {
     return Clamp(d, hn::ShiftRight<14>(hn::Add(sum, hn::Set(d, 2105344))), -32768, 32767);
@@ -500,7 +621,7 @@ VPx<D> GroupInverse(colour::BlockInverse<kCmyk>, D d, const VPx<D>& p) {
   return o;
 }
 template <class D>
-VPx<D> GroupInverse(colour::SampleInverse, D d, const VPx<D>& p) {
+HWY_INLINE VPx<D> GroupInverse(colour::SampleInverse, D d, const VPx<D>& p) {
   VPx<D> o;
   for (int c = 0; c < 4; ++c) o.c[c] = Clamp(d, hn::Add(p.c[c], hn::Set(d, 128)), 0, 255);
   return o;

@@ -26,15 +26,8 @@ using D16 = hn::Repartition<int16_t, D32>;  // 2N lanes
 using D8 = hn::Rebind<uint8_t, D16>;        // 2N bytes
 using D8Half = hn::Rebind<uint8_t, D32>;    // N bytes
 
-// Bytes e[k], o[k] as lanes 2k, 2k+1.
-hn::Vec<D8> Interleave(hn::Vec<D8Half> e, hn::Vec<D8Half> o) {
-  const hn::Rebind<uint16_t, D32> d16;
-  const auto w = hn::Or(hn::PromoteTo(d16, e), hn::ShiftLeft<8>(hn::PromoteTo(d16, o)));
-  return hn::BitCast(D8(), w);
-}
-
 template <class Layout>
-void LoadRgb(const uint8_t* p, hn::Vec<D8>& r, hn::Vec<D8>& g, hn::Vec<D8>& b) {
+HWY_INLINE void LoadRgb(const uint8_t* p, hn::Vec<D8>& r, hn::Vec<D8>& g, hn::Vec<D8>& b) {
   hn::Vec<D8> c[4];
   LoadChannels<Layout>(D8(), p, c);
   r = c[0];
@@ -129,32 +122,35 @@ void InverseRows(const PlaneStore<const uint8_t>& in, int32_t w, int32_t r0, int
   colour::InverseRowsFrom<kV, Out>(in, w, r0, r1, dst, fill, 2 * cx);
 }
 
-// Pairs Y0 Cb Y1 Cr: whole groups of 8 pixels at scale 2^14 by vectors of N
-// pairs, the rest by the plain form.
+// Pairs Y0 Cb Y1 Cr: whole groups of 8 pixels at scale 2^14 by vectors of
+// M pixels (M the 16-bit lane count), the rest by the plain form. Read as
+// 16-bit words, each pixel's Y is the low byte of its word and a pair's Cb and
+// Cr are the high bytes of its 32-bit lane, so one multiply-add per channel
+// gives the pair's chroma term, which both its pixels add to their Y.
 void PairsRow(const uint8_t* src, uint8_t* dst, int32_t width) {
-  int32_t pair = 0;
+  int32_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
   const D32 d32;
-  const D8Half dh;
-  const auto n = static_cast<int32_t>(hn::Lanes(d32));
+  const D16 d16;
+  const hn::RebindToUnsigned<D16> du16;
+  const hn::Repartition<uint8_t, D16> dbytes;
+  const auto m = static_cast<int32_t>(hn::Lanes(d16));
   const int32_t body = width & ~7;
-  for (; 2 * (pair + n) <= body; pair += n) {
-    hn::Vec<D8Half> y0, cb, y1, cr;
-    hn::LoadInterleaved4(dh, src + 4 * pair, y0, cb, y1, cr);
-    const auto b32 = hn::PromoteTo(d32, cb), r32 = hn::PromoteTo(d32, cr);
-    const auto tr = hn::ShiftRight<14>(hn::Add(hn::Mul(r32, hn::Set(d32, 22970)), hn::Set(d32, -2932015)));
-    const auto tg = hn::ShiftRight<14>(
-        hn::Add(hn::Add(hn::Mul(b32, hn::Set(d32, -5638)), hn::Mul(r32, hn::Set(d32, -11700))), hn::Set(d32, 2227566)));
-    const auto tb = hn::ShiftRight<14>(hn::Add(hn::Mul(b32, hn::Set(d32, 29032)), hn::Set(d32, -3707961)));
-    const auto e = hn::PromoteTo(d32, y0), o = hn::PromoteTo(d32, y1);
-    const auto channel = [&](hn::Vec<D32> t) {
-      return Interleave(hn::DemoteTo(dh, hn::Add(e, t)), hn::DemoteTo(dh, hn::Add(o, t)));
-    };
-    const hn::Vec<D8> c[4] = {channel(tr), channel(tg), channel(tb), channel(tb)};
-    StoreChannels<colour::RgbC3>(D8(), c, 0, dst + 3 * 2 * pair);
+  const auto term = [&](hn::Vec<D16> chroma, int16_t wCb, int16_t wCr, int32_t k) {
+    const auto t = hn::ShiftRight<14>(hn::Add(PairDot(d16, chroma, WeightPair(d16, wCb, wCr)), hn::Set(d32, k)));
+    return hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16>(t)), hn::BitCast(d16, t));
+  };
+  for (; x + m <= body; x += m) {
+    const auto words = hn::BitCast(du16, hn::LoadU(dbytes, src + 2 * x));
+    const auto y = hn::BitCast(d16, hn::And(words, hn::Set(du16, 0xFF)));
+    const auto chroma = hn::BitCast(d16, hn::ShiftRight<8>(words));
+    const hn::Vec<D8> r = hn::DemoteTo(D8(), hn::Add(y, term(chroma, 0, 22970, -2932015)));
+    const hn::Vec<D8> c[4] = {r, hn::DemoteTo(D8(), hn::Add(y, term(chroma, -5638, -11700, 2227566))),
+                              hn::DemoteTo(D8(), hn::Add(y, term(chroma, 29032, 0, -3707961))), r};
+    StoreChannels<colour::RgbC3>(D8(), c, 0, dst + 3 * x);
   }
 #endif
-  colour::PairsRowFrom(src, dst, width, 2 * pair);
+  colour::PairsRowFrom(src, dst, width, x);
 }
 
 colour::ForwardRowFn SubsampledForwardRow(colour::ForwardKernel kernel) {
