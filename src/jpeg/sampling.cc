@@ -82,13 +82,21 @@ int32_t TriangleVectors(const uint8_t* a, const uint8_t* b, int32_t width, uint8
   constexpr int kShift = kRows == 1 ? 2 : 4;
   const auto evenBias = hn::Set(d16, kRows == 1 ? 1 : 8), oddBias = hn::Set(d16, kRows == 1 ? 2 : 7);
   const auto three = hn::Set(d16, 3);
-  int32_t k = 1;
-  // Inputs k-1 .. k+lanes must exist and outputs up to 2(k+lanes) must fit.
-  for (; k + lanes <= width - 1 && 2 * (k + lanes) <= outCount; k += lanes) {
+  const auto step = [&](int32_t k) {
     const auto c = hn::Mul(column(k), three);
     const auto even = hn::ShiftRight<kShift>(hn::Add(hn::Add(c, column(k - 1)), evenBias));
     const auto odd = hn::ShiftRight<kShift>(hn::Add(hn::Add(c, column(k + 1)), oddBias));
     hn::StoreInterleaved2(hn::DemoteTo(d8, even), hn::DemoteTo(d8, odd), d8, out + 2 * k);
+  };
+  int32_t k = 1;
+  // Inputs k-1 .. k+lanes must exist and outputs up to 2(k+lanes) must fit.
+  const auto fits = [&](int32_t at) { return at >= 1 && at + lanes <= width - 1 && 2 * (at + lanes) <= outCount; };
+  for (; fits(k); k += lanes) step(k);
+  // The interior's last inputs by one more step that overlaps the previous
+  // one (it rewrites the same values), rather than one by one.
+  if (k > 1 && k < width - 1 && fits(width - 1 - lanes)) {
+    step(width - 1 - lanes);
+    k = width - 1;
   }
   return k;
 }
