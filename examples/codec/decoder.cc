@@ -233,7 +233,7 @@ Image DctDecoder::Finish(const DecoderTables& t) {
   const int channels = frame_.components.size() == 1 ? 1 : 3;
   if (frame_.components.size() != 1 && frame_.components.size() != 3) Corrupt("only grey and YCbCr pictures are supported");
   Image image{frame_.width, frame_.height, channels,
-              std::vector<uint8_t>(static_cast<std::size_t>(frame_.width) * frame_.height * channels)};
+              Pixels(static_cast<std::size_t>(frame_.width) * frame_.height * channels)};
   if (channels == 1) {
     for (int y = 0; y < frame_.height; ++y) {
       std::memcpy(image.pixels.data() + static_cast<std::size_t>(y) * frame_.width, planes_[0].Row(y), static_cast<std::size_t>(frame_.width));
@@ -304,7 +304,7 @@ Image DecodeLossless(JpegReader& reader, const Frame& frame, Scan scan) {
   } while (reader.NextScan(scan));
   // Samples at the frame's precision, scaled to 8 bits.
   const int shift = frame.precision - 8;
-  Image image{width, height, n, std::vector<uint8_t>(static_cast<std::size_t>(width) * height * n)};
+  Image image{width, height, n, Pixels(static_cast<std::size_t>(width) * height * n)};
   for (std::size_t i = 0; i < samples[0].size(); ++i) {
     for (std::size_t c = 0; c < samples.size(); ++c) {
       const uint32_t x = static_cast<uint16_t>(samples[c][i]) << point_transform & 0xFFFF;

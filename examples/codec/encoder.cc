@@ -45,7 +45,7 @@ Frame MakeFrame(const Image& image, const EncodeOptions& o) {
 
 // The picture with its last column and row repeated out to whole MCUs.
 Image PadToMcus(const Image& image, int wide, int high) {
-  Image padded{wide, high, image.channels, std::vector<uint8_t>(static_cast<std::size_t>(wide) * high * image.channels)};
+  Image padded{wide, high, image.channels, Pixels(static_cast<std::size_t>(wide) * high * image.channels)};
   const std::size_t px = static_cast<std::size_t>(image.channels);
   for (int y = 0; y < high; ++y) {
     const uint8_t* src = image.pixels.data() + static_cast<std::size_t>(std::min(y, image.height - 1)) * image.width * px;

@@ -3,16 +3,40 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <utility>
 #include <string>
 #include <vector>
 
 namespace codec {
 
+// Leaves new bytes uninitialised: every stage that makes a picture writes
+// all of it, so clearing first would only cost time.
+template <class T>
+struct UninitialisedAllocator : std::allocator<T> {
+  template <class U>
+  struct rebind {
+    using other = UninitialisedAllocator<U>;
+  };
+  UninitialisedAllocator() = default;
+  template <class U>
+  UninitialisedAllocator(const UninitialisedAllocator<U>&) noexcept {}
+  template <class U>
+  void construct(U* p) noexcept {
+    ::new (static_cast<void*>(p)) U;
+  }
+  template <class U, class... Args>
+  void construct(U* p, Args&&... args) {
+    ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+  }
+};
+using Pixels = std::vector<uint8_t, UninitialisedAllocator<uint8_t>>;
+
 struct Image {
   int width = 0;
   int height = 0;
-  int channels = 0;             // 1 grey, 3 RGB
-  std::vector<uint8_t> pixels;  // rows of width * channels bytes, no padding
+  int channels = 0;  // 1 grey, 3 RGB
+  Pixels pixels;     // rows of width * channels bytes, no padding
 };
 
 // By the file's extension (.png, .ppm, .pgm, .pnm); throws std::runtime_error.

@@ -59,7 +59,7 @@ Rates Race(double pixels, const Ours& ours, const Theirs& theirs) {
 codec::Image TurboDecodeRgb(tjhandle tj, const std::vector<uint8_t>& jpeg) {
   int w = 0, h = 0, sub = 0, cs = 0;
   if (tjDecompressHeader3(tj, jpeg.data(), jpeg.size(), &w, &h, &sub, &cs) != 0) throw std::runtime_error(tjGetErrorStr2(tj));
-  codec::Image image{w, h, 3, std::vector<uint8_t>(static_cast<std::size_t>(w) * h * 3)};
+  codec::Image image{w, h, 3, codec::Pixels(static_cast<std::size_t>(w) * h * 3)};
   if (tjDecompress2(tj, jpeg.data(), jpeg.size(), image.pixels.data(), w, 0, h, TJPF_RGB, 0) != 0) {
     throw std::runtime_error(tjGetErrorStr2(tj));
   }

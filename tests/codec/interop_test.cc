@@ -29,7 +29,7 @@ namespace fs = std::filesystem;
 constexpr int kDecoderBound = 3;
 
 Image Crop(const vek::test::Photo& photo, int x0, int y0, int width, int height, int channels) {
-  Image out{width, height, channels, std::vector<uint8_t>(static_cast<std::size_t>(width) * height * channels)};
+  Image out{width, height, channels, Pixels(static_cast<std::size_t>(width) * height * channels)};
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
       const uint8_t* p = &photo.pixels[(static_cast<std::size_t>(y0 + y) * photo.width + x0 + x) * 3];
@@ -82,7 +82,7 @@ Image TurboDecode(const std::vector<uint8_t>& jpeg, int channels) {
     ADD_FAILURE() << "libjpeg-turbo refused the header: " << tjGetErrorStr2(tj.get());
     return {};
   }
-  Image image{w, h, channels, std::vector<uint8_t>(static_cast<std::size_t>(w) * h * channels)};
+  Image image{w, h, channels, Pixels(static_cast<std::size_t>(w) * h * channels)};
   if (tjDecompress2(tj.get(), jpeg.data(), jpeg.size(), image.pixels.data(), w, 0, h, channels == 1 ? TJPF_GRAY : TJPF_RGB,
                     TJFLAG_STOPONWARNING) != 0) {
     ADD_FAILURE() << "libjpeg-turbo: " << tjGetErrorStr2(tj.get());
