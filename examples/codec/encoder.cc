@@ -43,12 +43,13 @@ Frame MakeFrame(const Image& image, const EncodeOptions& o) {
   return frame;
 }
 
-// The picture with its last column and row repeated out to whole MCUs.
-Image PadToMcus(const Image& image, int wide, int high) {
+// Rows y0 .. y0 + high - 1 of the picture, `wide` pixels each, with its
+// last column and row repeated past its edges.
+Image PadRows(const Image& image, int wide, int y0, int high) {
   Image padded{wide, high, image.channels, Pixels(static_cast<std::size_t>(wide) * high * image.channels)};
   const std::size_t px = static_cast<std::size_t>(image.channels);
   for (int y = 0; y < high; ++y) {
-    const uint8_t* src = image.pixels.data() + static_cast<std::size_t>(std::min(y, image.height - 1)) * image.width * px;
+    const uint8_t* src = image.pixels.data() + static_cast<std::size_t>(std::min(y0 + y, image.height - 1)) * image.width * px;
     uint8_t* dst = padded.pixels.data() + static_cast<std::size_t>(y) * wide * px;
     std::memcpy(dst, src, image.width * px);
     for (int x = image.width; x < wide; ++x) std::memcpy(dst + x * px, src + (image.width - 1) * px, px);
@@ -56,30 +57,34 @@ Image PadToMcus(const Image& image, int wide, int high) {
   return padded;
 }
 
-// Y, Cb and Cr planes of the padded picture, chroma already subsampled.
-std::vector<Plane> ConvertToPlanes(const Image& image, const Frame& frame) {
-  const int wide = frame.McusWide() * 8 * frame.MaxH(), high = frame.McusHigh() * 8 * frame.MaxV();
+// Y, Cb and Cr planes of `count` MCU rows from MCU row `first` on, chroma
+// already subsampled; whole MCUs, the picture's edges repeated.
+std::vector<Plane> ConvertRows(const Image& image, const Frame& frame, int first, int count) {
+  const int wide = frame.McusWide() * 8 * frame.MaxH(), mcu_high = 8 * frame.MaxV();
+  const int y0 = first * mcu_high, high = count * mcu_high;
+  const std::size_t row_bytes = static_cast<std::size_t>(wide) * image.channels;
   Image copy;
-  const bool whole_mcus = image.width == wide && image.height == high;
-  if (!whole_mcus) copy = PadToMcus(image, wide, high);
-  const Image& padded = whole_mcus ? image : copy;
+  const bool inside = image.width == wide && y0 + high <= image.height;
+  if (!inside) copy = PadRows(image, wide, y0, high);
+  const uint8_t* src = inside ? image.pixels.data() + static_cast<std::size_t>(y0) * row_bytes : copy.pixels.data();
   std::vector<Plane> planes;
   for (const FrameComponent& c : frame.components) {
     planes.emplace_back(wide * c.h / frame.MaxH(), high * c.v / frame.MaxV());
   }
   if (image.channels == 1) {
-    std::memcpy(planes[0].Row(0), padded.pixels.data(), padded.pixels.size());
+    std::memcpy(planes[0].Row(0), src, row_bytes * static_cast<std::size_t>(high));
     return planes;
   }
   const VekiRoiSize roi = {wide, high};
   Vek8u* dst[3] = {planes[0].Row(0), planes[1].Row(0), planes[2].Row(0)};
+  const int src_step = static_cast<int>(row_bytes);
   if (frame.MaxH() == 1) {
-    Check(vekiRGBToYCbCr_JPEG_8u_C3P3R(padded.pixels.data(), 3 * wide, dst, wide, roi), "colour conversion");
+    Check(vekiRGBToYCbCr_JPEG_8u_C3P3R(src, src_step, dst, wide, roi), "colour conversion");
     return planes;
   }
   int steps[3] = {planes[0].width, planes[1].width, planes[2].width};
-  Check(frame.MaxV() == 2 ? vekiRGBToYCbCr411_JPEG_8u_C3P3R(padded.pixels.data(), 3 * wide, dst, steps, roi)
-                          : vekiRGBToYCbCr422_JPEG_8u_C3P3R(padded.pixels.data(), 3 * wide, dst, steps, roi),
+  Check(frame.MaxV() == 2 ? vekiRGBToYCbCr411_JPEG_8u_C3P3R(src, src_step, dst, steps, roi)
+                          : vekiRGBToYCbCr422_JPEG_8u_C3P3R(src, src_step, dst, steps, roi),
         "colour conversion with chroma subsampling");
   return planes;
 }
@@ -101,8 +106,7 @@ QuantTables MakeQuantTables(int quality) {
 std::vector<Coefficients> Transform(const std::vector<Plane>& planes, const Frame& frame, const QuantTables& q) {
   std::vector<Coefficients> coefs;
   for (std::size_t c = 0; c < planes.size(); ++c) {
-    const ComponentGrid grid = GridOf(frame, static_cast<int>(c));
-    Coefficients k(grid.stored_wide, grid.stored_high, Coefficients::kUninitialised);
+    Coefficients k(planes[c].width / 8, planes[c].height / 8, Coefficients::kUninitialised);
     const Vek16u* table = q.forward[static_cast<std::size_t>(frame.components[c].tq)].data();
     for (int by = 0; by < k.blocks_high; ++by) {
       for (int bx = 0; bx < k.blocks_wide; ++bx) {
@@ -117,33 +121,107 @@ std::vector<Coefficients> Transform(const std::vector<Plane>& planes, const Fram
 
 // ---- Entropy-coded segments ----------------------------------------------
 
-// Runs a scan's blocks through code(block ref, block, dst, length, pos,
-// flush), which codes one block into dst at *pos or, when flush is set,
-// flushes; restart markers every `interval` MCUs (calling restart() after
-// each) and a flush at the end. Appends the bytes to `out`.
+// Entropy-coded bytes go through a buffer of bounded size, emptied into the
+// output whenever less room is left than one unit (an MCU, or a lossless
+// row) can need, so that no call allocates for the worst case of a whole scan.
+class SegmentBuffer {
+ public:
+  SegmentBuffer(std::vector<uint8_t>& out, std::size_t unit_bytes)
+      : out_(out), unit_(unit_bytes + 16), capacity_(std::max<std::size_t>(std::size_t{1} << 16, 4 * unit_)),
+        buffer_(new Vek8u[capacity_]) {
+    if (capacity_ > 0x7FFFFFF0) throw std::runtime_error("picture too wide for the entropy coder's buffer");
+  }
+  // Room for one more unit, by emptying the buffer if needed.
+  void Reserve() {
+    if (capacity_ - static_cast<std::size_t>(pos_) >= unit_) return;
+    Finish();
+  }
+  // Appends what the buffer holds to the output.
+  void Finish() {
+    out_.insert(out_.end(), buffer_.get(), buffer_.get() + pos_);
+    pos_ = 0;
+  }
+  // Restart marker RSTn (after the caller has flushed the coder).
+  void Restart(int n) {
+    buffer_[static_cast<std::size_t>(pos_++)] = 0xFF;
+    buffer_[static_cast<std::size_t>(pos_++)] = static_cast<Vek8u>(kRst0 + n % 8);
+  }
+  Vek8u* data() { return buffer_.get(); }
+  int length() const { return static_cast<int>(capacity_); }
+  int* pos() { return &pos_; }
+
+ private:
+  std::vector<uint8_t>& out_;
+  std::size_t unit_, capacity_;
+  std::unique_ptr<Vek8u[]> buffer_;
+  int pos_ = 0;
+};
+
+// The most bytes one block can take: 16-bit codes and up to 11 extra bits
+// for DC and each of 63 AC values, every byte possibly stuffed.
+constexpr std::size_t kBlockBytes = 2 * (16 + 11 + 63 * (16 + 10) + 7) / 8;
+
+// Codes MCU after MCU into one entropy-coded segment through
+// code(block ref, block, dst, length, pos, flush), which codes one block into
+// dst at *pos or, when flush is set, flushes; a restart marker every
+// `interval` MCUs (calling restart() after each) and a flush at the end.
+template <class Code, class Restart>
+class McuCoder {
+ public:
+  McuCoder(std::vector<uint8_t>& out, int blocks_per_mcu, int interval, const Code& code, const Restart& restart)
+      : segment_(out, static_cast<std::size_t>(blocks_per_mcu) * kBlockBytes), interval_(interval), code_(code),
+        restart_(restart) {}
+
+  // MCU `index`, its blocks' coefficients found by block_at(block ref).
+  template <class BlockAt>
+  void Mcu(int index, const std::vector<BlockRef>& mcu, const BlockAt& block_at) {
+    segment_.Reserve();
+    if (interval_ > 0 && index > 0 && index % interval_ == 0) {
+      Flush("flushing before a restart marker");
+      segment_.Restart(index / interval_ - 1);
+      restart_();
+    }
+    for (const BlockRef& b : mcu) {
+      Check(code_(&b, block_at(b), segment_.data(), segment_.length(), segment_.pos(), 0), "Huffman encoding");
+    }
+  }
+
+  void Finish() {
+    segment_.Reserve();
+    Flush("flushing the last bits");
+    segment_.Finish();
+  }
+
+ private:
+  void Flush(const char* what) { Check(code_(nullptr, nullptr, segment_.data(), segment_.length(), segment_.pos(), 1), what); }
+
+  SegmentBuffer segment_;
+  int interval_;
+  const Code& code_;
+  const Restart& restart_;
+};
+
+int BlocksPerMcu(const Frame& frame, const Scan& scan) {
+  if (scan.components.size() == 1) return 1;
+  int blocks = 0;
+  for (const ScanComponent& c : scan.components) {
+    const FrameComponent& fc = frame.components[static_cast<std::size_t>(c.index)];
+    blocks += fc.h * fc.v;
+  }
+  return blocks;
+}
+
+// A whole scan over the picture's coefficients.
 template <class Restart, class Code>
 void CodeScan(const Frame& frame, const Scan& scan, std::vector<Coefficients>& coefs, int interval,
               const Restart& restart, const Code& code, std::vector<uint8_t>& out) {
-  const auto blocks = static_cast<std::size_t>(BlocksInScan(frame, scan));
-  const std::size_t capacity = blocks * 420 + (interval ? blocks / static_cast<std::size_t>(interval) * 2 : 0) + 64;
-  if (capacity > 0x7FFFFFF0) throw std::runtime_error("picture too large for one entropy-coded segment");
-  std::unique_ptr<Vek8u[]> buffer(new Vek8u[capacity]);
-  const int length = static_cast<int>(capacity);
-  int pos = 0;
+  McuCoder coder(out, BlocksPerMcu(frame, scan), interval, code, restart);
   ForEachMcu(frame, scan, [&](int index, const std::vector<BlockRef>& mcu) {
-    if (interval > 0 && index > 0 && index % interval == 0) {
-      Check(code(nullptr, nullptr, buffer.get(), length, &pos, 1), "flushing before a restart marker");
-      buffer[static_cast<std::size_t>(pos++)] = 0xFF;
-      buffer[static_cast<std::size_t>(pos++)] = static_cast<Vek8u>(kRst0 + (index / interval - 1) % 8);
-      restart();
-    }
-    for (const BlockRef& b : mcu) {
-      Coefficients& k = coefs[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(b.scan_component)].index)];
-      Check(code(&b, k.Block(b.row, b.col), buffer.get(), length, &pos, 0), "Huffman encoding");
-    }
+    coder.Mcu(index, mcu, [&](const BlockRef& b) {
+      return coefs[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(b.scan_component)].index)].Block(b.row, b.col);
+    });
   });
-  Check(code(nullptr, nullptr, buffer.get(), length, &pos, 1), "flushing the last bits");
-  out.insert(out.end(), buffer.get(), buffer.get() + pos);
+  coder.Finish();
 }
 
 using Counts = std::array<Vek32u, 256>;
@@ -212,10 +290,19 @@ Scan AllComponents(const Frame& frame, int ss, int se, int ah, int al) {
   return scan;
 }
 
-void EncodeBaselineScan(const Frame& frame, std::vector<Coefficients>& coefs, const EncodeOptions& o,
-                        JpegWriter& w, std::vector<uint8_t>& out) {
+// Baseline: one interleaved scan. With the standard tables each MCU row
+// goes through colour conversion, DCT and Huffman coding before the next, in
+// buffers of one MCU row; optimal tables need every block's statistics
+// first, so the whole picture is transformed once.
+void EncodeBaseline(const Image& image, const Frame& frame, const QuantTables& q, const EncodeOptions& o, JpegWriter& w,
+                    std::vector<uint8_t>& out) {
   const Scan scan = AllComponents(frame, 0, 63, 0, 0);
-  const ScanTables tables = o.optimize ? BaselineStatistics(frame, scan, coefs, o.restart_interval) : StandardTables();
+  std::vector<Coefficients> all;
+  ScanTables tables = StandardTables();
+  if (o.optimize) {
+    all = Transform(ConvertRows(image, frame, 0, frame.McusHigh()), frame, q);
+    tables = BaselineStatistics(frame, scan, all, o.restart_interval);
+  }
   WriteTables(w, tables, true, true);
   w.Sos(frame, scan);
   std::array<EncodeSpec, 2> dc, ac;
@@ -225,15 +312,28 @@ void EncodeBaselineScan(const Frame& frame, std::vector<Coefficients>& coefs, co
   }
   EncodeState state = MakeEncodeState();
   std::array<Vek16s, 4> last_dc{};
-  CodeScan(frame, scan, coefs, o.restart_interval, [&] { last_dc.fill(0); },
-           [&](const BlockRef* b, const int16_t* block, Vek8u* dst, int length, int* pos, int flush) {
-             if (flush) return vekiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, dst, length, pos, nullptr, nullptr, nullptr, state.get(), 1);
-             const ScanComponent& sc = scan.components[static_cast<std::size_t>(b->scan_component)];
-             return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, dst, length, pos, &last_dc[static_cast<std::size_t>(b->scan_component)],
-                                                      dc[static_cast<std::size_t>(sc.dc)].get(), ac[static_cast<std::size_t>(sc.ac)].get(),
-                                                      state.get(), 0);
-           },
-           out);
+  const auto restart = [&] { last_dc.fill(0); };
+  const auto code = [&](const BlockRef* b, const int16_t* block, Vek8u* dst, int length, int* pos, int flush) {
+    if (flush) return vekiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, dst, length, pos, nullptr, nullptr, nullptr, state.get(), 1);
+    const ScanComponent& sc = scan.components[static_cast<std::size_t>(b->scan_component)];
+    return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, dst, length, pos, &last_dc[static_cast<std::size_t>(b->scan_component)],
+                                             dc[static_cast<std::size_t>(sc.dc)].get(), ac[static_cast<std::size_t>(sc.ac)].get(),
+                                             state.get(), 0);
+  };
+  McuCoder coder(out, BlocksPerMcu(frame, scan), o.restart_interval, code, restart);
+  for (int my = 0; my < frame.McusHigh(); ++my) {
+    std::vector<Coefficients> row;
+    if (!o.optimize) row = Transform(ConvertRows(image, frame, my, 1), frame, q);
+    std::vector<Coefficients>& coefs = o.optimize ? all : row;
+    const int first = o.optimize ? 0 : my;  // the MCU row that block row 0 of `coefs` belongs to
+    ForEachMcuInRow(frame, scan, my, [&](int index, const std::vector<BlockRef>& mcu) {
+      coder.Mcu(index, mcu, [&](const BlockRef& b) {
+        const auto c = static_cast<std::size_t>(scan.components[static_cast<std::size_t>(b.scan_component)].index);
+        return coefs[c].Block(b.row - first * frame.components[c].v, b.col);
+      });
+    });
+  }
+  coder.Finish();
 }
 
 // ---- Progressive -----------------------------------------------------------
@@ -383,26 +483,29 @@ void EncodeLossless(const Image& image, const EncodeOptions& o, const Frame& fra
     scan.components.push_back({c, c, 0});
   }
   w.Sos(frame, scan);
-  const std::size_t capacity = static_cast<std::size_t>(width) * image.height * n * 8 + 64 +
-                               static_cast<std::size_t>(image.height) * 2;
-  if (capacity > 0x7FFFFFF0) throw std::runtime_error("picture too large for one entropy-coded segment");
-  std::unique_ptr<Vek8u[]> buffer(new Vek8u[capacity]);
-  const int length = static_cast<int>(capacity);
-  int pos = 0;
+  // A row of samples takes at most a 16-bit code and 16 extra bits each, stuffed.
+  SegmentBuffer segment(out, static_cast<std::size_t>(width) * n * 8);
   EncodeState state = MakeEncodeState();
+  const auto flush = [&] {
+    Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(nullptr, width, n, segment.data(), segment.length(), segment.pos(), nullptr,
+                                               state.get(), 1),
+          "flushing");
+  };
   for (int r = 0; r < image.height; ++r) {
+    segment.Reserve();
     if (rows_per_interval > 0 && r > 0 && r % rows_per_interval == 0) {
-      Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(nullptr, width, n, buffer.get(), length, &pos, nullptr, state.get(), 1), "flushing");
-      buffer[static_cast<std::size_t>(pos++)] = 0xFF;
-      buffer[static_cast<std::size_t>(pos++)] = static_cast<Vek8u>(kRst0 + (r / rows_per_interval - 1) % 8);
+      flush();
+      segment.Restart(r / rows_per_interval - 1);
     }
     const Vek16s* rows[4] = {};
     for (int c = 0; c < n; ++c) rows[c] = diffs[static_cast<std::size_t>(c)].data() + static_cast<std::ptrdiff_t>(r) * width;
-    Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(rows, width, n, buffer.get(), length, &pos, tables, state.get(), 0),
+    Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(rows, width, n, segment.data(), segment.length(), segment.pos(), tables,
+                                               state.get(), 0),
           "lossless Huffman encoding");
   }
-  Check(vekiEncodeHuffmanRow_JPEG_16s1u_P4C1(nullptr, width, n, buffer.get(), length, &pos, nullptr, state.get(), 1), "flushing");
-  out.insert(out.end(), buffer.get(), buffer.get() + pos);
+  segment.Reserve();
+  flush();
+  segment.Finish();
 }
 
 void ValidateOptions(const Image& image, const EncodeOptions& o) {
@@ -436,14 +539,14 @@ std::vector<uint8_t> Encode(const Image& image, const EncodeOptions& o) {
     EncodeLossless(image, o, frame, w, out);
   } else {
     const QuantTables q = MakeQuantTables(o.quality);
-    std::vector<Coefficients> coefs = Transform(ConvertToPlanes(image, frame), frame, q);
     w.Dqt(kLuma, q.zigzag[kLuma]);
     if (frame.components.size() > 1) w.Dqt(kChroma, q.zigzag[kChroma]);
     w.Sof(frame);
     if (o.restart_interval) w.Dri(o.restart_interval);
     if (o.mode == Mode::kBaseline) {
-      EncodeBaselineScan(frame, coefs, o, w, out);
+      EncodeBaseline(image, frame, q, o, w, out);
     } else {
+      std::vector<Coefficients> coefs = Transform(ConvertRows(image, frame, 0, frame.McusHigh()), frame, q);
       for (const Scan& scan : ProgressiveScript(frame)) EncodeProgressiveScan(frame, scan, coefs, o, w, out);
     }
   }

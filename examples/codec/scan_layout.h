@@ -25,15 +25,41 @@ struct BlockRef {
 // The number of blocks a scan codes.
 int BlocksInScan(const Frame& frame, const Scan& scan);
 
+// Calls visit(mcu_index, blocks) for the MCUs of MCU row `my` of an
+// interleaved scan (or of a grey frame's one 1x1 component) in coding order;
+// an MCU holds h x v blocks of each component.
+template <class Visit>
+void ForEachMcuInRow(const Frame& frame, const Scan& scan, int my, const Visit& visit) {
+  std::vector<BlockRef> blocks;
+  std::vector<std::pair<int, int>> offset;  // (row, col) of each block inside the MCU
+  std::vector<std::pair<int, int>> size;    // (v, h) of its component
+  for (int s = 0; s < static_cast<int>(scan.components.size()); ++s) {
+    const FrameComponent& c = frame.components[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(s)].index)];
+    for (int v = 0; v < c.v; ++v) {
+      for (int h = 0; h < c.h; ++h) {
+        blocks.push_back({s, 0, 0});
+        offset.push_back({v, h});
+        size.push_back({c.v, c.h});
+      }
+    }
+  }
+  const int wide = frame.McusWide();
+  for (int mx = 0; mx < wide; ++mx) {
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+      blocks[i].row = my * size[i].first + offset[i].first;
+      blocks[i].col = mx * size[i].second + offset[i].second;
+    }
+    visit(my * wide + mx, blocks);
+  }
+}
+
 // Calls visit(mcu_index, blocks) for every MCU of the scan in coding order.
-// An interleaved scan's MCU holds h x v units of each component; a
-// single-component scan's MCU is one unit of its coded grid.
+// A single-component scan's MCU is one unit of that component's coded grid.
 template <class Visit>
 void ForEachMcu(const Frame& frame, const Scan& scan, const Visit& visit) {
-  std::vector<BlockRef> blocks;
   if (scan.components.size() == 1) {
     const ComponentGrid grid = GridOf(frame, scan.components[0].index);
-    blocks.assign(1, BlockRef{0, 0, 0});
+    std::vector<BlockRef> blocks(1, BlockRef{0, 0, 0});
     int mcu = 0;
     for (int row = 0; row < grid.coded_high; ++row) {
       for (int col = 0; col < grid.coded_wide; ++col) {
@@ -44,29 +70,7 @@ void ForEachMcu(const Frame& frame, const Scan& scan, const Visit& visit) {
     }
     return;
   }
-  // The MCU's pattern of blocks, offset by the MCU's position each time.
-  std::vector<BlockRef> pattern;
-  std::vector<std::pair<int, int>> unit;  // (v, h) of each block's component
-  for (int s = 0; s < static_cast<int>(scan.components.size()); ++s) {
-    const FrameComponent& c = frame.components[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(s)].index)];
-    for (int v = 0; v < c.v; ++v) {
-      for (int h = 0; h < c.h; ++h) {
-        pattern.push_back({s, v, h});
-        unit.push_back({c.v, c.h});
-      }
-    }
-  }
-  blocks = pattern;
-  const int wide = frame.McusWide(), high = frame.McusHigh();
-  for (int my = 0; my < high; ++my) {
-    for (int mx = 0; mx < wide; ++mx) {
-      for (std::size_t i = 0; i < blocks.size(); ++i) {
-        blocks[i].row = my * unit[i].first + pattern[i].row;
-        blocks[i].col = mx * unit[i].second + pattern[i].col;
-      }
-      visit(my * wide + mx, blocks);
-    }
-  }
+  for (int my = 0; my < frame.McusHigh(); ++my) ForEachMcuInRow(frame, scan, my, visit);
 }
 
 }  // namespace codec
