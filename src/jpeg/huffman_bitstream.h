@@ -154,7 +154,9 @@ class FastStuffingWriter {
 
   // Stores the whole bytes; the rest (below 8 bits) goes back to the state.
   void Finish() {
-    for (; nbits_ >= 8; nbits_ -= 8) EmitByte(static_cast<uint8_t>(acc_ >> (nbits_ - 8)));
+    const int whole = nbits_ >> 3;
+    nbits_ &= 7;
+    if (whole > 0) EmitBytes(acc_ >> nbits_ << (64 - 8 * whole), whole);
     state_->bits = (static_cast<uint32_t>(acc_) & LowMask(nbits_)) << (24 - nbits_);
     state_->count = nbits_;
     *pos_ = static_cast<int32_t>(out_ - begin_);
@@ -183,6 +185,21 @@ class FastStuffingWriter {
       return;
     }
     for (int shift = 56; shift >= 0; shift -= 8) EmitByte(static_cast<uint8_t>(word >> shift));
+  }
+
+  // The `count` (1..8) top bytes of `bytes`. Without stuffing, each of 8
+  // stores goes to one of those bytes (the last one again and again): no
+  // branch on the count, and nothing stored past them.
+  void EmitBytes(uint64_t bytes, int count) {
+    if (HasByteFF(bytes)) {
+      for (int i = 0; i < count; ++i) EmitByte(static_cast<uint8_t>(bytes >> (56 - 8 * i)));
+      return;
+    }
+    for (int i = 0; i < 8; ++i) {
+      const int at = std::min(i, count - 1);
+      out_[at] = static_cast<uint8_t>(bytes >> (56 - 8 * at));
+    }
+    out_ += count;
   }
 
   void EmitByte(uint8_t byte) {
