@@ -5,6 +5,7 @@
 // one-value coders and the Direct variants.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -164,13 +165,14 @@ TEST(HuffmanBaseline, BytesFollowTheBitModel) {
 }
 
 // Calls with room for the fast writer and calls just short of it (the
-// put-by-put writer) agree after every call: bytes, position, state.
+// put-by-put writer) agree after every call: bytes, position, state; the
+// fast writer stores nothing past the final position.
 TEST(HuffmanBaseline, FastAndPutByPutWritersAgreeCallByCall) {
   const Tables t = FullTables();
   const int n = 200;
   const auto blocks = RandomBlocks(n, 15, 50);
   Encoder fast, slow;
-  std::vector<uint8_t> a(1 << 18), b(1 << 18);
+  std::vector<uint8_t> a(1 << 18, 0xAB), b(1 << 18);
   int posA = 0, posB = 0;
   Vek16s dcA = 0, dcB = 0;
   for (int i = 0; i < n; ++i) {
@@ -182,6 +184,8 @@ TEST(HuffmanBaseline, FastAndPutByPutWritersAgreeCallByCall) {
               vekStsOk);
     ASSERT_EQ(posA, posB) << "block " << i;
     ASSERT_EQ(fast.state, slow.state) << "block " << i;
+    ASSERT_TRUE(std::all_of(a.begin() + posA, a.begin() + posA + 1024, [](uint8_t x) { return x == 0xAB; }))
+        << "stored past the final position, block " << i;
   }
   EXPECT_TRUE(std::equal(a.begin(), a.begin() + posA, b.begin()));
 }

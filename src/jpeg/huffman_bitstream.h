@@ -42,9 +42,11 @@ inline int32_t Extend(uint32_t bits, int category) {
 inline int16_t Wrap16(int32_t v) { return static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(v))); }
 inline int16_t ShiftLeft16(int32_t v, int shift) { return Wrap16(static_cast<int32_t>(static_cast<uint32_t>(v) << shift)); }
 
-inline bool HasByteFF(uint32_t w) {
-  const uint32_t inverted = ~w;  // a 0xFF byte of w is a zero byte here
-  return ((inverted - 0x01010101u) & ~inverted & 0x80808080u) != 0;
+template <class Word>
+inline bool HasByteFF(Word w) {
+  constexpr Word kOnes = ~Word{0} / 0xFF;  // 0x01 in every byte
+  const Word inverted = ~w;                // a 0xFF byte of w is a zero byte here
+  return ((inverted - kOnes) & ~inverted & kOnes << 7) != 0;
 }
 
 inline uint32_t LoadBigEndian32(const uint8_t* p) {
@@ -118,7 +120,7 @@ class StuffingWriter : public PutsOneByOne<StuffingWriter> {
   EncodeHuffmanState* state_;
 };
 
-// The same bytes, position and state as StuffingWriter, gathered 32 bits at
+// The same bytes, position and state as StuffingWriter, gathered 64 bits at
 // a time; only for calls that have kFastWriterRoom bytes left.
 class FastStuffingWriter {
  public:
@@ -152,29 +154,52 @@ class FastStuffingWriter {
 
   // Stores the whole bytes; the rest (below 8 bits) goes back to the state.
   void Finish() {
-    for (; nbits_ >= 8; nbits_ -= 8) EmitByte(static_cast<uint8_t>(acc_ >> (nbits_ - 8)));
+    const int whole = nbits_ >> 3;
+    nbits_ &= 7;
+    if (whole > 0) EmitBytes(acc_ >> nbits_ << (64 - 8 * whole), whole);
     state_->bits = (static_cast<uint32_t>(acc_) & LowMask(nbits_)) << (24 - nbits_);
     state_->count = nbits_;
     *pos_ = static_cast<int32_t>(out_ - begin_);
   }
 
  private:
-  void Append(uint64_t bits, int length) {  // length <= 32
-    acc_ = acc_ << length | bits;
-    nbits_ += length;
-    if (nbits_ >= 32) EmitWord();
-  }
-
-  void EmitWord() {
-    nbits_ -= 32;
-    const uint32_t word = static_cast<uint32_t>(acc_ >> nbits_);
-    if (!HasByteFF(word)) {
-      const uint32_t big = __builtin_bswap32(word);
-      std::memcpy(out_, &big, 4);
-      out_ += 4;
+  // Bits that fill the 64 pending ones store them; the bits that did not
+  // fit stay pending (acc_ keeps stored bits above them).
+  void Append(uint64_t bits, int length) {  // 1 <= length <= 32
+    const int room = 64 - nbits_;
+    if (length <= room) {
+      acc_ = acc_ << length | bits;  // length < 64
+      nbits_ += length;
       return;
     }
-    for (int shift = 24; shift >= 0; shift -= 8) EmitByte(static_cast<uint8_t>(word >> shift));
+    nbits_ = length - room;
+    EmitWord(acc_ << room | bits >> nbits_);  // room < 32
+    acc_ = bits;
+  }
+
+  void EmitWord(uint64_t word) {
+    if (!HasByteFF(word)) {
+      const uint64_t big = __builtin_bswap64(word);
+      std::memcpy(out_, &big, 8);
+      out_ += 8;
+      return;
+    }
+    for (int shift = 56; shift >= 0; shift -= 8) EmitByte(static_cast<uint8_t>(word >> shift));
+  }
+
+  // The `count` (1..8) top bytes of `bytes`. Without stuffing, each of 8
+  // stores goes to one of those bytes (the last one again and again): no
+  // branch on the count, and nothing stored past them.
+  void EmitBytes(uint64_t bytes, int count) {
+    if (HasByteFF(bytes)) {
+      for (int i = 0; i < count; ++i) EmitByte(static_cast<uint8_t>(bytes >> (56 - 8 * i)));
+      return;
+    }
+    for (int i = 0; i < 8; ++i) {
+      const int at = std::min(i, count - 1);
+      out_[at] = static_cast<uint8_t>(bytes >> (56 - 8 * at));
+    }
+    out_ += count;
   }
 
   void EmitByte(uint8_t byte) {
@@ -186,7 +211,7 @@ class FastStuffingWriter {
   uint8_t* out_;
   int32_t* pos_;
   EncodeHuffmanState* state_;
-  int nbits_;      // pending bits in the low end of acc_
+  int nbits_;      // pending bits (0..64) in the low end of acc_
   uint64_t acc_;
 };
 
