@@ -79,23 +79,57 @@ ScanSpecs SpecsFor(const Scan& scan, const DecoderTables& t, bool need_dc, bool 
   return s;
 }
 
+// Floor division for rows above a band (-1 / 2 is -1, not 0).
+int FloorDiv(int a, int b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
+
+// One row of a chroma plane at the luma plane's size: 2x horizontally (and
+// 2x vertically) by the library's triangle filters, or by repetition for
+// other ratios. Rows are counted from the plane's row 0 and may be -1; a 2x2
+// plane's output row r weighs its nearer source row floor(r / 2) with the
+// farther one above (r even) or below (r odd), which the plane's context rows
+// provide at its edges.
+class ChromaRows {
+ public:
+  ChromaRows(const Plane& plane, int fx, int fy, int width)
+      : plane_(plane), fx_(fx), fy_(fy), row_(static_cast<std::size_t>(width)) {}
+  const uint8_t* Row(int r) {
+    const int near = FloorDiv(r, fy_);
+    if (fx_ == 1 && fy_ == 1) return plane_.Row(r);
+    if (fx_ == 2 && fy_ == 2) {
+      const int far = (r & 1) == 0 ? near - 1 : near + 1;
+      Check(vekiSampleUpRowH2V2_Triangle_JPEG_8u_C1(plane_.Row(near), plane_.Row(far), plane_.width, row_.data()),
+            "chroma up-sampling");
+    } else if (fx_ == 2 && fy_ == 1) {
+      Check(vekiSampleUpRowH2V1_Triangle_JPEG_8u_C1(plane_.Row(near), plane_.width, row_.data()), "chroma up-sampling");
+    } else {
+      for (std::size_t x = 0; x < row_.size(); ++x) row_[x] = plane_.Row(near)[x / static_cast<std::size_t>(fx_)];
+    }
+    return row_.data();
+  }
+
+ private:
+  const Plane& plane_;
+  int fx_, fy_;
+  std::vector<uint8_t> row_;
+};
+
 // ---- DCT frames --------------------------------------------------------------
 
 class DctDecoder {
  public:
   explicit DctDecoder(const Frame& frame) : frame_(frame) {
     if (frame.precision != 8) Corrupt("only 8-bit DCT frames are supported");
-    for (int c = 0; c < static_cast<int>(frame.components.size()); ++c) {
-      const ComponentGrid g = GridOf(frame, c);
-      planes_.emplace_back(g.stored_wide * 8, g.stored_high * 8);
-      if (frame.Progressive()) {
-        coefs_.emplace_back(g.stored_wide, g.stored_high, Coefficients::kZeroed);
-      }
+    if (frame.components.size() != 1 && frame.components.size() != 3) Corrupt("only grey and YCbCr pictures are supported");
+    for (const FrameComponent& c : frame.components) {
+      if (frame.MaxH() % c.h || frame.MaxV() % c.v) Corrupt("unsupported sampling factors");
     }
+    const int channels = frame.components.size() == 1 ? 1 : 3;
+    image_ = Image{frame.width, frame.height, channels, Pixels(static_cast<std::size_t>(frame.width) * frame.height * channels)};
   }
 
   void DecodeScan(JpegReader& reader, const Scan& scan) {
     const DecoderTables& t = reader.tables();
+    if (planes_.empty()) AllocatePlanes(scan);
     for (const ScanComponent& c : scan.components) {
       if (!t.quant_defined[static_cast<std::size_t>(frame_.components[static_cast<std::size_t>(c.index)].tq)]) {
         Corrupt("component uses an undefined quantisation table");
@@ -134,7 +168,8 @@ class DctDecoder {
     EntropyReader in(reader, t.restart_interval);
     std::array<Vek16s, 4> last_dc{};
     alignas(16) int16_t block[64];
-    ForEachMcu(frame_, scan, [&](int index, const std::vector<BlockRef>& mcu) {
+    int first_row = 0;  // the MCU row whose blocks start at plane row 0
+    const auto decode_mcu = [&](int index, const std::vector<BlockRef>& mcu) {
       if (in.BeginMcu(index)) last_dc.fill(0);
       for (const BlockRef& b : mcu) {
         const ScanComponent& sc = scan.components[static_cast<std::size_t>(b.scan_component)];
@@ -142,10 +177,75 @@ class DctDecoder {
                                                   in.marker(), specs.dc[static_cast<std::size_t>(sc.dc)].get(),
                                                   specs.ac[static_cast<std::size_t>(sc.ac)].get(), in.state()),
                "Huffman decoding");
-        Reconstruct(sc.index, b.row, b.col, block, tables[static_cast<std::size_t>(b.scan_component)].data());
+        const int row = b.row - first_row * frame_.components[static_cast<std::size_t>(sc.index)].v;
+        Reconstruct(sc.index, row, b.col, block, tables[static_cast<std::size_t>(b.scan_component)].data());
       }
-    });
+    };
+    if (!banded_) {
+      ForEachMcu(frame_, scan, decode_mcu);
+    } else {
+      // One MCU row at a time into the band, converted before the next; its
+      // last picture row waits for the next band's first chroma row.
+      const int rows = frame_.McusHigh(), mcu_high = 8 * frame_.MaxV();
+      for (int my = 0; my < rows; ++my) {
+        if (my > 0) {
+          for (Plane& p : planes_) std::memcpy(p.Row(-1), p.Row(p.height - 1), static_cast<std::size_t>(p.width));
+        }
+        first_row = my;
+        ForEachMcuInRow(frame_, scan, my, decode_mcu);
+        if (my == 0) {
+          for (Plane& p : planes_) std::memcpy(p.Row(-1), p.Row(0), static_cast<std::size_t>(p.width));
+        }
+        const bool last = my == rows - 1;
+        if (last) {
+          for (Plane& p : planes_) std::memcpy(p.Row(p.height), p.Row(p.height - 1), static_cast<std::size_t>(p.width));
+        }
+        const int top = my * mcu_high;
+        ConvertRows(t, top, my == 0 ? 0 : top - 1, std::min(frame_.height, last ? top + mcu_high : top + mcu_high - 1));
+      }
+      converted_ = true;
+    }
     in.End();
+  }
+
+  // Whole planes, or with one interleaved sequential scan of every component
+  // planes of one MCU row (a band).
+  void AllocatePlanes(const Scan& scan) {
+    const bool one_interleaved_scan = !frame_.Progressive() && scan.components.size() == frame_.components.size() &&
+                                      (frame_.components.size() > 1 || (frame_.components[0].h == 1 && frame_.components[0].v == 1));
+    banded_ = one_interleaved_scan;
+    for (int c = 0; c < static_cast<int>(frame_.components.size()); ++c) {
+      const ComponentGrid g = GridOf(frame_, c);
+      const int blocks_high = banded_ ? frame_.components[static_cast<std::size_t>(c)].v : g.stored_high;
+      planes_.emplace_back(g.stored_wide * 8, blocks_high * 8);
+      if (frame_.Progressive()) coefs_.emplace_back(g.stored_wide, g.stored_high, Coefficients::kZeroed);
+    }
+  }
+
+  // Picture rows [from, to) from planes whose row 0 holds picture row `top`
+  // (luma), with their context rows above and below in place.
+  void ConvertRows(const DecoderTables& t, int top, int from, int to) {
+    if (image_.channels == 1) {
+      for (int y = from; y < to; ++y) {
+        std::memcpy(image_.pixels.data() + static_cast<std::size_t>(y) * frame_.width, planes_[0].Row(y - top),
+                    static_cast<std::size_t>(frame_.width));
+      }
+      return;
+    }
+    const int wide = planes_[0].width;
+    ChromaRows cb(planes_[1], wide / planes_[1].width, frame_.MaxV() / frame_.components[1].v, wide);
+    ChromaRows cr(planes_[2], wide / planes_[2].width, frame_.MaxV() / frame_.components[2].v, wide);
+    for (int y = from; y < to; ++y) {
+      const Vek8u* src[3] = {planes_[0].Row(y - top), cb.Row(y - top), cr.Row(y - top)};
+      uint8_t* out = image_.pixels.data() + static_cast<std::size_t>(y) * frame_.width * 3;
+      if (t.adobe_transform == 0) {  // the components are R, G and B already
+        for (int x = 0; x < frame_.width; ++x) {
+          for (int c = 0; c < 3; ++c) out[3 * x + c] = src[c][x];
+        }
+      } else {
+        Check(vekiYCbCrToRGB_JPEG_8u_P3C3R(src, wide, out, 3 * frame_.width, {frame_.width, 1}), "colour conversion");
+      }
+    }
   }
 
   void DecodeProgressiveScan(JpegReader& reader, const Scan& scan) {
@@ -184,43 +284,15 @@ class DctDecoder {
   }
 
   const Frame& frame_;
+  Image image_;
+  bool banded_ = false;     // planes of one MCU row, converted as they are decoded
+  bool converted_ = false;  // every picture row is done
   std::vector<Plane> planes_;
   std::vector<Coefficients> coefs_;  // progressive frames only
 };
 
-// One row of a chroma plane at the luma plane's size: 2x horizontally (and
-// 2x vertically) by the library's triangle filters, or by repetition for
-// other ratios. Row r of a 2x2 plane weighs its nearer source row (r / 2)
-// with the farther one above or below, read from the context rows at the
-// plane's edges.
-class ChromaRows {
- public:
-  ChromaRows(Plane& plane, int width, int height)
-      : plane_(plane), fx_(width / plane.width), fy_(height / plane.height), row_(static_cast<std::size_t>(width)) {
-    plane_.ReplicateContextRows();
-  }
-  const uint8_t* Row(int r) {
-    const int near = r / fy_;
-    if (fx_ == 1 && fy_ == 1) return plane_.Row(r);
-    if (fx_ == 2 && fy_ == 2) {
-      const int far = r % 2 == 0 ? near - 1 : near + 1;
-      Check(vekiSampleUpRowH2V2_Triangle_JPEG_8u_C1(plane_.Row(near), plane_.Row(far), plane_.width, row_.data()),
-            "chroma up-sampling");
-    } else if (fx_ == 2 && fy_ == 1) {
-      Check(vekiSampleUpRowH2V1_Triangle_JPEG_8u_C1(plane_.Row(near), plane_.width, row_.data()), "chroma up-sampling");
-    } else {
-      for (std::size_t x = 0; x < row_.size(); ++x) row_[x] = plane_.Row(near)[x / static_cast<std::size_t>(fx_)];
-    }
-    return row_.data();
-  }
-
- private:
-  Plane& plane_;
-  int fx_, fy_;
-  std::vector<uint8_t> row_;
-};
-
 Image DctDecoder::Finish(const DecoderTables& t) {
+  if (planes_.empty()) Corrupt("no scan");
   if (frame_.Progressive()) {
     for (int c = 0; c < static_cast<int>(coefs_.size()); ++c) {
       const std::array<Vek16u, 64> table = InverseTable(t, c);
@@ -230,35 +302,11 @@ Image DctDecoder::Finish(const DecoderTables& t) {
       }
     }
   }
-  const int channels = frame_.components.size() == 1 ? 1 : 3;
-  if (frame_.components.size() != 1 && frame_.components.size() != 3) Corrupt("only grey and YCbCr pictures are supported");
-  Image image{frame_.width, frame_.height, channels,
-              Pixels(static_cast<std::size_t>(frame_.width) * frame_.height * channels)};
-  if (channels == 1) {
-    for (int y = 0; y < frame_.height; ++y) {
-      std::memcpy(image.pixels.data() + static_cast<std::size_t>(y) * frame_.width, planes_[0].Row(y), static_cast<std::size_t>(frame_.width));
-    }
-    return image;
+  if (!converted_) {
+    for (Plane& p : planes_) p.ReplicateContextRows();
+    ConvertRows(t, 0, 0, frame_.height);
   }
-  const int wide = planes_[0].width, high = planes_[0].height;
-  if (wide % planes_[1].width || high % planes_[1].height || wide % planes_[2].width || high % planes_[2].height) {
-    Corrupt("unsupported sampling factors");
-  }
-  // Row by row, so that each row's up-sampled chroma is converted while it
-  // is still in the cache.
-  ChromaRows cb(planes_[1], wide, high), cr(planes_[2], wide, high);
-  for (int y = 0; y < frame_.height; ++y) {
-    const Vek8u* src[3] = {planes_[0].Row(y), cb.Row(y), cr.Row(y)};
-    uint8_t* out = image.pixels.data() + static_cast<std::size_t>(y) * frame_.width * 3;
-    if (t.adobe_transform == 0) {  // the components are R, G and B already
-      for (int x = 0; x < frame_.width; ++x) {
-        for (int c = 0; c < 3; ++c) out[3 * x + c] = src[c][x];
-      }
-    } else {
-      Check(vekiYCbCrToRGB_JPEG_8u_P3C3R(src, wide, out, 3 * frame_.width, {frame_.width, 1}), "colour conversion");
-    }
-  }
-  return image;
+  return std::move(image_);
 }
 
 // ---- Lossless frames -----------------------------------------------------------
