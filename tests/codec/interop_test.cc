@@ -175,8 +175,14 @@ TEST(CodecInterop, WeDecodeWhatCjpegWritesLikeDjpeg) {
   for (const Image& picture : {Crop(Water(), 10, 10, 333, 201, 3), Crop(Water(), 0, 0, 17, 33, 3)}) {
     const std::string ppm = scratch.Path("in.ppm");
     WriteImage(ppm, picture);
-    for (const std::string options : {"-sample 1x1", "-sample 2x1", "-sample 2x2", "-progressive", "-optimize -restart 2",
-                                      "-progressive -restart 1B -sample 2x1", "-grayscale", "-quality 40 -sample 2x2"}) {
+    // One sequential scan per component: the decoder keeps whole planes for these.
+    const std::string scans = scratch.Path("scans.txt");
+    std::FILE* f = std::fopen(scans.c_str(), "w");
+    std::fputs("0;\n1;\n2;\n", f);
+    std::fclose(f);
+    for (const std::string& options : std::vector<std::string>{"-sample 1x1", "-sample 2x1", "-sample 2x2", "-progressive", "-optimize -restart 2",
+                                      "-progressive -restart 1B -sample 2x1", "-grayscale", "-quality 40 -sample 2x2",
+                                      "-sample 2x2 -scans " + scans}) {
       SCOPED_TRACE(options + " " + std::to_string(picture.width));
       const std::string jpg = scratch.Path("t.jpg"), out = scratch.Path("djpeg.ppm");
       ASSERT_EQ(RunTool("cjpeg " + options + " -outfile " + jpg + " " + ppm), 0);
