@@ -43,6 +43,9 @@ const char* ModeName(Mode mode);
 const char* SubsamplingName(Subsampling subsampling);
 
 // Throws std::runtime_error naming the failing step when status < 0.
-void Check(int status, const char* what);
+[[noreturn]] void ThrowFailure(int status, const char* what);
+inline void Check(int status, const char* what) {
+  if (status < 0) ThrowFailure(status, what);
+}
 
 }  // namespace codec

@@ -4,8 +4,8 @@
 
 namespace codec {
 
-void Check(int status, const char* what) {
-  if (status < 0) throw std::runtime_error(std::string(what) + " failed with status " + std::to_string(status));
+void ThrowFailure(int status, const char* what) {
+  throw std::runtime_error(std::string(what) + " failed with status " + std::to_string(status));
 }
 
 EncodeSpec MakeEncodeSpec(const HuffmanTable& table) {
