@@ -5,39 +5,39 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <map>
-#include <mutex>
 
 #include "core/dispatch.h"
 
 namespace vek::bench {
 
-double MemcpyBytesPerSecond(std::size_t bytes) {
-  static std::mutex mutex;
-  static std::map<std::size_t, double> rates;
-  std::lock_guard<std::mutex> lock(mutex);
-  if (auto it = rates.find(bytes); it != rates.end()) return it->second;
-  std::vector<char> src(bytes, 1), dst(bytes, 0);
-  double best = 0;
-  for (int i = 0; i < 20; ++i) {
-    const auto start = std::chrono::steady_clock::now();
-    std::memcpy(dst.data(), src.data(), bytes);
-    benchmark::DoNotOptimize(dst.data());
-    benchmark::ClobberMemory();
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    best = std::max(best, static_cast<double>(bytes) / seconds);
-  }
-  rates[bytes] = best;
-  return best;
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double SecondsOf(const std::function<void()>& call) {
+  const auto start = Clock::now();
+  call();
+  return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-void ReportPixelRate(benchmark::State& state, double pixels, double seconds, std::size_t memcpy_bytes) {
-  const double rate = pixels / seconds;
-  state.counters["MP/s"] = rate / 1e6;
-  if (memcpy_bytes != 0) {
-    const double per_call = pixels / static_cast<double>(state.iterations());
-    state.counters["x_memcpy"] = rate / (MemcpyBytesPerSecond(memcpy_bytes) * per_call / static_cast<double>(memcpy_bytes));
+}  // namespace
+
+void RunPixels(benchmark::State& state, double pixels, std::size_t memcpy_bytes, const std::function<void()>& body) {
+  std::vector<char> from(memcpy_bytes, 1), to(memcpy_bytes, 0);
+  const auto copy = [&] {
+    std::memcpy(to.data(), from.data(), memcpy_bytes);
+    benchmark::DoNotOptimize(to.data());
+    benchmark::ClobberMemory();
+  };
+  double total = 0, best = 1e9, copyBest = 1e9;
+  for (auto _ : state) {
+    const double seconds = SecondsOf(body);
+    total += seconds;
+    best = std::min(best, seconds);
+    if (memcpy_bytes != 0) copyBest = std::min(copyBest, SecondsOf(copy));
   }
+  state.counters["MP/s"] = pixels * static_cast<double>(state.iterations()) / total / 1e6;
+  if (memcpy_bytes != 0) state.counters["x_memcpy"] = copyBest / best;
 }
 
 std::string FormName(int64_t target) { return std::string("hwy_") + hwy::TargetName(target); }

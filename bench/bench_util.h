@@ -13,23 +13,12 @@
 
 namespace vek::bench {
 
-// Bytes per second of memcpy over buffers of this size, best of several
-// copies, measured once per size in this process.
-double MemcpyBytesPerSecond(std::size_t bytes);
-
-// Sets the counters "MP/s" (megapixels per second) and, when memcpy_bytes is
-// not 0, "x_memcpy": this rate over memcpy's rate for that many bytes.
-void ReportPixelRate(benchmark::State& state, double pixels, double seconds, std::size_t memcpy_bytes);
-
 // Runs body() once per iteration and reports its rate for `pixels` pixels
-// per call, against memcpy of memcpy_bytes (0: no ratio).
-template <class Body>
-void RunPixels(benchmark::State& state, double pixels, std::size_t memcpy_bytes, const Body& body) {
-  const auto start = std::chrono::steady_clock::now();
-  for (auto _ : state) body();
-  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  ReportPixelRate(state, pixels * static_cast<double>(state.iterations()), seconds, memcpy_bytes);
-}
+// per call as "MP/s". With memcpy_bytes not 0, each iteration also copies
+// that many bytes between buffers of this process, call by call beside
+// body(), and "x_memcpy" is body's rate over memcpy's, each from its fastest
+// call: on a shared machine the slower calls mostly measure interruptions.
+void RunPixels(benchmark::State& state, double pixels, std::size_t memcpy_bytes, const std::function<void()>& body);
 
 // Highway's name of a target, prefixed so that its SCALAR baseline is not
 // mistaken for our plain C++ forms.
