@@ -34,12 +34,16 @@ struct Decompressor {
   ~Decompressor() { jpeg_destroy_decompress(&cinfo); }
 };
 
+// Compresses into memory: a buffer of libjpeg's own, or `into` as far as it
+// suffices (libjpeg moves to a buffer of its own beyond that).
 struct Compressor {
   jpeg_compress_struct cinfo{};
   jpeg_error_mgr err{};
+  unsigned char* given = nullptr;
   unsigned char* buffer = nullptr;
   unsigned long size = 0;
-  Compressor() {
+  explicit Compressor(std::vector<uint8_t>* into = nullptr)
+      : given(into != nullptr ? into->data() : nullptr), buffer(given), size(into != nullptr ? into->size() : 0) {
     cinfo.err = jpeg_std_error(&err);
     err.error_exit = ThrowLibjpegError;
     jpeg_create_compress(&cinfo);
@@ -47,7 +51,7 @@ struct Compressor {
   }
   ~Compressor() {
     jpeg_destroy_compress(&cinfo);
-    std::free(buffer);
+    if (buffer != given) std::free(buffer);
   }
 };
 
@@ -139,8 +143,8 @@ LibjpegCoefficients::LibjpegCoefficients(const std::vector<uint8_t>& jpeg) : imp
 
 LibjpegCoefficients::~LibjpegCoefficients() = default;
 
-std::size_t LibjpegCoefficients::Write() const {
-  Compressor c;
+std::size_t LibjpegCoefficients::Write(std::vector<uint8_t>& into) const {
+  Compressor c(&into);
   jpeg_copy_critical_parameters(&impl_->source.cinfo, &c.cinfo);
   c.cinfo.optimize_coding = FALSE;
   jpeg_write_coefficients(&c.cinfo, impl_->arrays);

@@ -41,8 +41,9 @@ class LibjpegCoefficients {
   ~LibjpegCoefficients();
   LibjpegCoefficients(const LibjpegCoefficients&) = delete;
   LibjpegCoefficients& operator=(const LibjpegCoefficients&) = delete;
-  // jpeg_write_coefficients with the standard tables into memory; the file size.
-  std::size_t Write() const;
+  // jpeg_write_coefficients with the standard tables into `into` (libjpeg
+  // takes a buffer of its own when it does not suffice); the file size.
+  std::size_t Write(std::vector<uint8_t>& into) const;
 
  private:
   struct Impl;

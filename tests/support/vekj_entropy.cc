@@ -140,14 +140,28 @@ void ForEachBlock(const JpegScan& scan, CoefImage& image, const Block& block, co
     }
     return;
   }
+  // Each component's blocks of an MCU: h x v blocks from its first one, which
+  // moves on by h blocks per MCU and v block rows per MCU row.
+  struct Part {
+    int h, v;
+    std::ptrdiff_t row;  // elements per block row
+    int16_t* first;
+  };
+  std::array<Part, 4> parts{};
+  const std::size_t count = scan.components.size();
+  for (std::size_t s = 0; s < count; ++s) {
+    CoefComponent& comp = component(s);
+    parts.at(s) = {comp.h, comp.v, std::ptrdiff_t{comp.stride} * 64, comp.coefs.data()};
+  }
   const int mcusX = component(0).stride / component(0).h, mcusY = component(0).rows / component(0).v;
   for (int my = 0; my < mcusY; ++my) {
     for (int mx = 0; mx < mcusX; ++mx) {
       startMcu();
-      for (std::size_t s = 0; s < scan.components.size(); ++s) {
-        CoefComponent& comp = component(s);
-        for (int y = 0; y < comp.v; ++y) {
-          for (int x = 0; x < comp.h; ++x) block(static_cast<int>(s), comp.Block(mx * comp.h + x, my * comp.v + y));
+      for (std::size_t s = 0; s < count; ++s) {
+        const Part& part = parts[s];
+        int16_t* const first = part.first + my * part.v * part.row + mx * part.h * 64;
+        for (int y = 0; y < part.v; ++y) {
+          for (int x = 0; x < part.h; ++x) block(static_cast<int>(s), first + y * part.row + x * 64);
         }
       }
     }
@@ -234,11 +248,16 @@ constexpr std::size_t kBlockBytes = 512;
 
 CoefImage DecodeWithVekj(const JpegFile& file) {
   CoefImage image = MakeCoefImage(file.frame);
-  for (const JpegScan& scan : file.scans) DecodeScan(file.frame, scan, image);
+  DecodeWithVekj(file, image);
   return image;
 }
 
-std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, const CoefImage& image) {
+void DecodeWithVekj(const JpegFile& file, CoefImage& image) {
+  for (const JpegScan& scan : file.scans) DecodeScan(file.frame, scan, image);
+}
+
+std::size_t EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, const CoefImage& image,
+                               std::vector<uint8_t>& out) {
   const ScanKind kind = KindOf(frame, scan);
   const auto tables = ScanTables<EncodeTable>(scan, kind, MakeEncodeTable);
   const auto& dcOf = tables.dcOf;
@@ -246,41 +265,62 @@ std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& 
   EncodeState state = MakeEncodeState();
   std::size_t blocks = 0;
   for (const JpegScanComponent& sc : scan.components) blocks += image.components.at(static_cast<std::size_t>(sc.index)).coefs.size() / 64;
-  const std::size_t capacity = (blocks + 16) * kBlockBytes;
-  std::unique_ptr<Vek8u[]> out(new Vek8u[capacity]);
-  const int length = static_cast<int>(std::min<std::size_t>(capacity, 0x7FFFFFFF));
+  if (out.size() < (blocks + 16) * kBlockBytes) out.resize((blocks + 16) * kBlockBytes);
+  const int length = static_cast<int>(std::min<std::size_t>(out.size(), 0x7FFFFFFF));
   int pos = 0;
   std::array<Vek16s, 4> lastDc{};
-  const auto code = [&](int s, const int16_t* block, int flush) {
-    const auto c = static_cast<std::size_t>(s);
-    switch (kind) {
-      case ScanKind::kSequential:
-        return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, out.get(), length, &pos, &lastDc[c], dcOf[c], acOf[c],
-                                                  state.get(), flush);
-      case ScanKind::kDcFirst:
-        return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, out.get(), length, &pos, &lastDc[c], scan.al, dcOf[c],
-                                                          state.get(), flush);
-      case ScanKind::kDcRefine:
-        return vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, out.get(), length, &pos, scan.al, state.get(), flush);
-      case ScanKind::kAcFirst:
-        return vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, out.get(), length, &pos, scan.ss, scan.se, scan.al,
-                                                          acOf[c], state.get(), flush);
-      case ScanKind::kAcRefine:
-        return vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, out.get(), length, &pos, scan.ss, scan.se, scan.al,
-                                                           acOf[c], state.get(), flush);
-    }
-    return static_cast<VekStatus>(vekStsErr);
+  // Codes every block with code(scanComponent, block, flush), then flushes;
+  // one instance per kind of scan, so that the block loop does not branch on it.
+  const auto codeScan = [&](const auto& code) {
+    ForEachBlock(
+        scan, const_cast<CoefImage&>(image), [&](int s, const int16_t* block) { Check(code(s, block, 0), "EncodeHuffman8x8"); },
+        [&](int n) {
+          Check(code(0, nullptr, 1), "flush");
+          out[pos++] = 0xFF;
+          out[pos++] = static_cast<Vek8u>(0xD0 + n % 8);
+          lastDc.fill(0);
+        });
+    Check(code(0, nullptr, 1), "flush");
   };
-  ForEachBlock(
-      scan, const_cast<CoefImage&>(image), [&](int s, const int16_t* block) { Check(code(s, block, 0), "EncodeHuffman8x8"); },
-      [&](int n) {
-        Check(code(0, nullptr, 1), "flush");
-        out[pos++] = 0xFF;
-        out[pos++] = static_cast<Vek8u>(0xD0 + n % 8);
-        lastDc.fill(0);
+  const auto c = [](int s) { return static_cast<std::size_t>(s); };
+  switch (kind) {
+    case ScanKind::kSequential:
+      codeScan([&](int s, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, out.data(), length, &pos, &lastDc[c(s)], dcOf[c(s)],
+                                                  acOf[c(s)], state.get(), flush);
       });
-  Check(code(0, nullptr, 1), "flush");
-  return {out.get(), out.get() + pos};
+      break;
+    case ScanKind::kDcFirst:
+      codeScan([&](int s, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, out.data(), length, &pos, &lastDc[c(s)], scan.al,
+                                                          dcOf[c(s)], state.get(), flush);
+      });
+      break;
+    case ScanKind::kDcRefine:
+      codeScan([&](int, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, out.data(), length, &pos, scan.al, state.get(), flush);
+      });
+      break;
+    case ScanKind::kAcFirst:
+      codeScan([&](int s, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, out.data(), length, &pos, scan.ss, scan.se, scan.al,
+                                                          acOf[c(s)], state.get(), flush);
+      });
+      break;
+    case ScanKind::kAcRefine:
+      codeScan([&](int s, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, out.data(), length, &pos, scan.ss, scan.se, scan.al,
+                                                           acOf[c(s)], state.get(), flush);
+      });
+      break;
+  }
+  return static_cast<std::size_t>(pos);
+}
+
+std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, const CoefImage& image) {
+  std::vector<uint8_t> out;
+  out.resize(EncodeScanWithVekj(frame, scan, image, out));
+  return out;
 }
 
 void SetOptimalTables(const JpegFrame& frame, JpegScan& scan, const CoefImage& image) {

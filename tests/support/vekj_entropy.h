@@ -14,10 +14,17 @@ namespace vek::test {
 
 // Every scan of the file decoded into coefficients.
 CoefImage DecodeWithVekj(const JpegFile& file);
+// The same into an image of the frame's geometry that holds zeros wherever
+// the scans do not clear blocks (progressive scans clear none; sequential
+// ones clear every block they code).
+void DecodeWithVekj(const JpegFile& file, CoefImage& image);
 
 // The entropy-coded bytes of one scan of `image` (restart markers included),
 // with the tables that scan carries.
 std::vector<uint8_t> EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, const CoefImage& image);
+// The same into `out`, grown when it may be too small; the byte count.
+std::size_t EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, const CoefImage& image,
+                               std::vector<uint8_t>& out);
 
 // Tables that code the scan optimally, from vekj's statistics: each table
 // the scan uses gets the optimal lists for the symbols its components code.
