@@ -21,6 +21,7 @@ namespace vek {
 namespace {
 
 using test::JpegHuffmanTable;
+using test::ForEachForm;
 
 struct Tables {
   EncodeHuffmanSpec dcEnc, acEnc;
@@ -166,55 +167,75 @@ TEST(HuffmanBaseline, BytesFollowTheBitModel) {
 
 // Calls with room for the fast writer and calls just short of it (the
 // put-by-put writer) agree after every call: bytes, position, state; the
-// fast writer stores nothing past the final position.
+// fast writer stores nothing past the final position. In every form.
 TEST(HuffmanBaseline, FastAndPutByPutWritersAgreeCallByCall) {
   const Tables t = FullTables();
   const int n = 200;
   const auto blocks = RandomBlocks(n, 15, 50);
-  Encoder fast, slow;
-  std::vector<uint8_t> a(1 << 18, 0xAB), b(1 << 18);
-  int posA = 0, posB = 0;
-  Vek16s dcA = 0, dcB = 0;
-  for (int i = 0; i < n; ++i) {
-    const int16_t* block = &blocks[static_cast<std::size_t>(i) * 64];
-    ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, a.data(), 1 << 18, &posA, &dcA, &t.dcEnc, &t.acEnc, fast.St(), 0),
-              vekStsOk);
-    ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, b.data(), posB + 1023, &posB, &dcB, &t.dcEnc, &t.acEnc,
-                                                 slow.St(), 0),
-              vekStsOk);
-    ASSERT_EQ(posA, posB) << "block " << i;
-    ASSERT_EQ(fast.state, slow.state) << "block " << i;
-    ASSERT_TRUE(std::all_of(a.begin() + posA, a.begin() + posA + 1024, [](uint8_t x) { return x == 0xAB; }))
-        << "stored past the final position, block " << i;
-  }
-  EXPECT_TRUE(std::equal(a.begin(), a.begin() + posA, b.begin()));
+  ForEachForm([&] {
+    Encoder fast, slow;
+    std::vector<uint8_t> a(1 << 18, 0xAB), b(1 << 18);
+    int posA = 0, posB = 0;
+    Vek16s dcA = 0, dcB = 0;
+    for (int i = 0; i < n; ++i) {
+      const int16_t* block = &blocks[static_cast<std::size_t>(i) * 64];
+      ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, a.data(), 1 << 18, &posA, &dcA, &t.dcEnc, &t.acEnc,
+                                                   fast.St(), 0),
+                vekStsOk);
+      ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, b.data(), posB + 1023, &posB, &dcB, &t.dcEnc, &t.acEnc,
+                                                   slow.St(), 0),
+                vekStsOk);
+      ASSERT_EQ(posA, posB) << "block " << i;
+      ASSERT_EQ(fast.state, slow.state) << "block " << i;
+      ASSERT_TRUE(std::all_of(a.begin() + posA, a.begin() + posA + 1024, [](uint8_t x) { return x == 0xAB; }))
+          << "stored past the final position, block " << i;
+    }
+    EXPECT_TRUE(std::equal(a.begin(), a.begin() + posA, b.begin()));
+  });
 }
 
 // Every AC value, the ends of each category included, through both writers
 // (the fast one forms the extra bits of a negative value by a borrow from
-// the code), at the positions right after the DC and last.
+// the code, or takes them from the SIMD forms' terms), at the positions
+// right after the DC and last; -32768 and a symbol without a code fail alike
+// in both, after the same puts.
 TEST(HuffmanBaseline, EveryAcValueAgreesInBothWriters) {
   const Tables t = FullTables();
-  Encoder fast, slow;
-  const int size = 1 << 21;
-  std::vector<uint8_t> a(size), b(size);
-  int posA = 0, posB = 0;
-  Vek16s dcA = 0, dcB = 0;
-  for (const int position : {1, 63}) {
-    for (int v = -32767; v <= 32767; ++v) {
-      std::array<int16_t, 64> block{};
-      block[kZigzagToNatural[position]] = static_cast<int16_t>(v);
-      ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block.data(), a.data(), size, &posA, &dcA, &t.dcEnc, &t.acEnc,
-                                                   fast.St(), 0),
-                vekStsOk);
-      ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block.data(), b.data(), posB + 1023, &posB, &dcB, &t.dcEnc,
-                                                   &t.acEnc, slow.St(), 0),
-                vekStsOk);
-      ASSERT_EQ(posA, posB) << "value " << v << " at " << position;
-      ASSERT_EQ(fast.state, slow.state) << "value " << v << " at " << position;
+  Tables missing = FullTables();
+  missing.acEnc.entries[0x12] = 0;  // run 1, category 2
+  ForEachForm([&] {
+    Encoder fast, slow;
+    const int size = 1 << 21;
+    std::vector<uint8_t> a(size), b(size);
+    int posA = 0, posB = 0;
+    Vek16s dcA = 0, dcB = 0;
+    const auto both = [&](const std::array<int16_t, 64>& block, const Tables& tables, VekStatus want) {
+      ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block.data(), a.data(), size, &posA, &dcA, &tables.dcEnc,
+                                                   &tables.acEnc, fast.St(), 0),
+                want);
+      ASSERT_EQ(vekiEncodeHuffman8x8_JPEG_16s1u_C1(block.data(), b.data(), posB + 1023, &posB, &dcB, &tables.dcEnc,
+                                                   &tables.acEnc, slow.St(), 0),
+                want);
+      ASSERT_EQ(posA, posB);
+      ASSERT_EQ(fast.state, slow.state);
+    };
+    for (const int position : {1, 63}) {
+      for (int v = -32767; v <= 32767; ++v) {
+        std::array<int16_t, 64> block{};
+        block[kZigzagToNatural[position]] = static_cast<int16_t>(v);
+        ASSERT_NO_FATAL_FAILURE(both(block, t, vekStsOk)) << "value " << v << " at " << position;
+      }
     }
-  }
-  EXPECT_TRUE(std::equal(a.begin(), a.begin() + posA, b.begin()));
+    std::array<int16_t, 64> failing{};
+    for (const int16_t v : {int16_t{3}, int16_t{-32768}}) {
+      failing[kZigzagToNatural[5]] = 9;
+      failing[kZigzagToNatural[7]] = v;
+      failing[kZigzagToNatural[9]] = 2;
+      ASSERT_NO_FATAL_FAILURE(both(failing, v == 3 ? missing : t, v == 3 ? vekStsJPEGBadTable : vekStsJPEGBadData))
+          << "value " << v;
+    }
+    EXPECT_TRUE(std::equal(a.begin(), a.begin() + posA, b.begin()));
+  });
 }
 
 TEST(HuffmanBaseline, EdgeCases) {

@@ -14,6 +14,16 @@ void ForEachSimdTarget(const std::function<void()>& body) {
   hwy::SetSupportedTargetsForTest(0);
 }
 
+void ForEachForm(const std::function<void()>& body) {
+  ForceScalarForms(true);
+  {
+    SCOPED_TRACE("plain C++ form");
+    body();
+  }
+  ForceScalarForms(false);
+  ForEachSimdTarget(body);
+}
+
 std::vector<int32_t> BoundaryWidths() {
   std::vector<int32_t> widths;
   for (int32_t w = 1; w <= 3 * 64 + 1; ++w) widths.push_back(w);

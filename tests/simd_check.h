@@ -16,6 +16,9 @@ namespace vek::test {
 // the target on failure. Restores the normal choice afterwards.
 void ForEachSimdTarget(const std::function<void()>& body);
 
+// Calls body() with the plain C++ forms, then once per SIMD target.
+void ForEachForm(const std::function<void()>& body);
+
 // Calls produce() with the plain C++ forms, then once per SIMD target, and
 // expects every target's result to equal the plain one.
 template <class Produce>

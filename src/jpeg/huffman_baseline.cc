@@ -1,14 +1,97 @@
 // JPEG Huffman bit states and baseline coding: one 8x8 block or one value
 // per call, byte-stuffed through a bit state or raw at a bit position.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/huffman_baseline.cc"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "jpeg/huffman_coding.h"
+
+namespace vek {
+
+// A block through the fast writer, for calls with kFastWriterRoom bytes left.
+// The writer is made here, so that its bits stay in registers.
+VekStatus CodeBlockFastScalar(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
+                              const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state);
+
+}  // namespace vek
+
+HWY_BEFORE_NAMESPACE();
+namespace vek::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET == HWY_AVX3
+// kZigzagToNatural as 16-bit lane indices.
+alignas(64) inline constexpr auto kZigzagLanes = [] {
+  std::array<uint16_t, 64> lanes{};
+  for (std::size_t k = 0; k < 64; ++k) lanes[k] = kZigzagToNatural[k];
+  return lanes;
+}();
+
+// The block's terms in zig-zag order, 32 lanes at a time: both halves of the
+// block are the table of a two-source lane permutation (Highway has no
+// 16-bit one here). All bits below the top bit of |v| form the mask of the
+// extra bits.
+HWY_ATTR void ZigzagTermsOf(const int16_t* block, ZigzagTerms& terms) {
+  const hn::ScalableTag<int16_t> d;
+  const hn::RebindToUnsigned<decltype(d)> du;
+  const auto low = hn::LoadU(d, block).raw, high = hn::LoadU(d, block + 32).raw;
+  terms.nonzero = 0;
+  for (std::size_t h = 0; h < 2; ++h) {
+    const auto lanes = hn::BitCast(d, hn::Load(du, kZigzagLanes.data() + 32 * h)).raw;
+    const hn::Vec<decltype(d)> v{_mm512_permutex2var_epi16(low, lanes, high)};
+    const auto magnitude = hn::BitCast(du, hn::Abs(v));
+    auto below = hn::Or(magnitude, hn::ShiftRight<1>(magnitude));
+    below = hn::Or(below, hn::ShiftRight<2>(below));
+    below = hn::Or(below, hn::ShiftRight<4>(below));
+    below = hn::Or(below, hn::ShiftRight<8>(below));
+    const auto extra = hn::And(hn::BitCast(du, hn::Add(v, hn::ShiftRight<15>(v))), below);
+    hn::Store(below, du, terms.categoryMask + 32 * h);
+    hn::Store(extra, du, terms.extra + 32 * h);
+    terms.nonzero |= uint64_t{_mm512_test_epi16_mask(v.raw, v.raw)} << (32 * h);
+  }
+}
+
+HWY_ATTR VekStatus CodeBlockFast(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
+                                 const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
+  ZigzagTerms terms;
+  ZigzagTermsOf(block, terms);
+  return RunAndFinish(FastStuffingWriter(dst, pos, state), [&](FastStuffingWriter& writer) {
+    CodeSink sink(writer, dc, ac);
+    return CodeBlock(sink, block, terms, lastDc);
+  });
+}
+#else
+VekStatus CodeBlockFast(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
+                        const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
+  return CodeBlockFastScalar(block, lastDc, dc, ac, dst, pos, state);
+}
+#endif
+
+}  // namespace vek::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 #include <cstdint>
 #include <new>
 
 #include "core/alloc.h"
 #include "core/checks.h"
-#include "jpeg/huffman_coding.h"
+#include "core/dispatch.h"
 #include "vekj_impl.h"
 
 namespace vek {
+
+VekStatus CodeBlockFastScalar(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
+                              const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
+  return RunAndFinish(FastStuffingWriter(dst, pos, state), [&](FastStuffingWriter& writer) {
+    CodeSink sink(writer, dc, ac);
+    return CodeBlock(sink, block, lastDc);
+  });
+}
+
+HWY_EXPORT(CodeBlockFast);
+
 namespace {
 
 template <class State>
@@ -64,10 +147,13 @@ VekStatus impl::vekiEncodeHuffman8x8_JPEG_16s1u_C1(const Vek16s* pSrc, Vek8u* pD
   if (VekStatus st = CheckEncoderOutput(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return st;
   if (bFlushState) return FlushBits(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
   if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pLastDC).Ptr(pDcTable).Ptr(pAcTable).Position(pDstCurrPos)) return st;
-  return WithStuffingWriter(pDst, dstLenBytes, pDstCurrPos, pEncHuffState, [&](auto& writer) -> VekStatus {
-    CodeSink sink(writer, pDcTable, pAcTable);
-    return CodeBlock(sink, pSrc, *pLastDC);
-  });
+  if (dstLenBytes - *pDstCurrPos >= kFastWriterRoom) {
+    return VEK_PICK(CodeBlockFastScalar, CodeBlockFast)(pSrc, *pLastDC, pDcTable, pAcTable, pDst, pDstCurrPos,
+                                                         pEncHuffState);
+  }
+  StuffingWriter writer(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
+  CodeSink sink(writer, pDcTable, pAcTable);
+  return CodeBlock(sink, pSrc, *pLastDC);
 }
 
 VekStatus impl::vekiDecodeHuffman8x8_JPEG_1u16s_C1(const Vek8u* pSrc, int srcLenBytes, int* pSrcCurrPos, Vek16s* pDst,
@@ -129,3 +215,4 @@ VekStatus impl::vekiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const Vek8u* pSrc, int
 }
 
 }  // namespace vek
+#endif  // HWY_ONCE

@@ -141,6 +141,14 @@ class FastStuffingWriter {
     return vekStsOk;
   }
 
+  // The same for extra bits that hold no bits above extraLength.
+  VekStatus PutCodeAndExtra(uint32_t entry, uint32_t extra, int extraLength) {
+    const int length = static_cast<int>(CodeLength(entry));
+    if (length == 0) [[unlikely]] return vekStsJPEGBadTable;
+    Append(uint64_t{CodeBits(entry)} << extraLength | extra, length + extraLength);
+    return vekStsOk;
+  }
+
   // The code then the extra bits of v as one number: the code plus the sign
   // bit, shifted, plus v minus the sign bit (so a negative v borrows from the
   // code instead of being masked to v - 1).

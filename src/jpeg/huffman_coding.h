@@ -79,6 +79,10 @@ class CodeSink {
   VekStatus AcValue(int run, int32_t v, int category) {
     return writer_.PutCodeAndValue(ac_->entries[run * 16 + category], v, category);
   }
+  // The same with the extra bits given (already cut to `category` bits).
+  VekStatus AcExtra(int run, uint32_t extra, int category) {
+    return writer_.PutCodeAndExtra(ac_->entries[run * 16 + category], extra, category);
+  }
   VekStatus Bit(uint32_t bit) { return writer_.Put(bit, 1); }
 
  private:
@@ -160,29 +164,72 @@ inline uint64_t ZigzagNonzeroMask(const int16_t* block) {
   return mask;
 }
 
+// The AC values of a block in zig-zag order, read from the block as the
+// coder reaches them.
+class BlockAcTerms {
+ public:
+  explicit BlockAcTerms(const int16_t* block) : block_(block), nonzero_(ZigzagNonzeroMask(block)) {}
+  uint64_t Nonzero() const { return nonzero_; }
+  int Category(int k) const { return NonzeroCategory(block_[kZigzagToNatural[k]]); }
+  template <class Sink>
+  VekStatus Code(Sink& sink, int run, int k, int category) const {
+    return sink.AcValue(run, block_[kZigzagToNatural[k]], category);
+  }
+
+ private:
+  const int16_t* block_;
+  uint64_t nonzero_;
+};
+
+// The same terms worked out beforehand for the whole block (by a SIMD form):
+// for each zig-zag position, the mask of its extra bits (every bit below the
+// top bit of |v|, so that its bit count is the category) and the extra bits.
+struct ZigzagTerms {
+  alignas(64) uint16_t categoryMask[64];  // -32768 gives 0xFFFF: category 16
+  alignas(64) uint16_t extra[64];
+  uint64_t nonzero;
+
+  uint64_t Nonzero() const { return nonzero; }
+  int Category(int k) const { return std::popcount(categoryMask[k]); }
+  template <class Sink>
+  VekStatus Code(Sink& sink, int run, int k, int category) const {
+    return sink.AcExtra(run, extra[k], category);
+  }
+};
+
 // A baseline block: the DC difference against lastDc (updated first), then
 // the AC run/size symbols in zig-zag order and end of block.
-template <class Sink>
-[[gnu::always_inline]] inline VekStatus CodeBlock(Sink& sink, const int16_t* block, int16_t& lastDc) {
+template <class Sink, class Terms>
+[[gnu::always_inline]] inline VekStatus CodeBlock(Sink& sink, const int16_t* block, const Terms& terms,
+                                                  int16_t& lastDc) {
   const int32_t diff = int32_t{block[0]} - lastDc;
   lastDc = block[0];
   const int dcCategory = Category(diff);
   if (dcCategory > Sink::kMaxDcCategory) return vekStsJPEGBadData;
   if (VekStatus st = sink.Dc(dcCategory, ExtraBits(diff, dcCategory))) return st;
   int last = 0;
-  for (uint64_t nonzero = ZigzagNonzeroMask(block) & ~uint64_t{1}; nonzero != 0; nonzero &= nonzero - 1) {
+  // Clearing the lowest bit by its index: x & (x - 1) is much slower on some
+  // processors.
+  for (uint64_t nonzero = terms.Nonzero() & ~uint64_t{1}; nonzero != 0;) {
     const int k = std::countr_zero(nonzero);
+    nonzero &= ~(uint64_t{1} << k);
     int run = k - last - 1;
-    for (; run > 15; run -= 16) {
-      if (VekStatus st = sink.Ac(0xF0, 0, 0)) return st;
-    }
-    const int32_t v = block[kZigzagToNatural[k]];
-    const int category = NonzeroCategory(v);
-    if (category > sink.MaxAcCategory()) return vekStsJPEGBadData;
-    if (VekStatus st = sink.AcValue(run, v, category)) return st;
     last = k;
+    if (run > 15) [[unlikely]] {
+      for (; run > 15; run -= 16) {
+        if (VekStatus st = sink.Ac(0xF0, 0, 0)) return st;
+      }
+    }
+    const int category = terms.Category(k);
+    if (category > sink.MaxAcCategory()) [[unlikely]] return vekStsJPEGBadData;
+    if (VekStatus st = terms.Code(sink, run, k, category)) [[unlikely]] return st;
   }
   return last < 63 ? sink.Ac(0x00, 0, 0) : vekStsOk;
+}
+
+template <class Sink>
+[[gnu::always_inline]] inline VekStatus CodeBlock(Sink& sink, const int16_t* block, int16_t& lastDc) {
+  return CodeBlock(sink, block, BlockAcTerms(block), lastDc);
 }
 
 // The pending end-of-band run (symbol 16 * n with n low bits of the run),
