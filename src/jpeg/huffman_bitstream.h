@@ -174,12 +174,12 @@ class FastStuffingWriter {
   // Bits that fill the 64 pending ones store them; the bits that did not
   // fit stay pending (acc_ keeps stored bits above them).
   void Append(uint64_t bits, int length) {  // 1 <= length <= 32
-    const int room = 64 - nbits_;
-    if (length <= room) {
+    if (nbits_ + length <= 64) [[likely]] {
       acc_ = acc_ << length | bits;  // length < 64
       nbits_ += length;
       return;
     }
+    const int room = 64 - nbits_;
     nbits_ = length - room;
     EmitWord(acc_ << room | bits >> nbits_);  // room < 32
     acc_ = bits;
@@ -195,17 +195,24 @@ class FastStuffingWriter {
     for (int shift = 56; shift >= 0; shift -= 8) EmitByte(static_cast<uint8_t>(word >> shift));
   }
 
-  // The `count` (1..8) top bytes of `bytes`. Without stuffing, each of 8
-  // stores goes to one of those bytes (the last one again and again): no
-  // branch on the count, and nothing stored past them.
+  // The `count` (1..8) top bytes of `bytes`. Without stuffing, by two
+  // overlapping stores of 4 bytes, or three of 1 byte below 4, so that
+  // nothing is stored past them.
   void EmitBytes(uint64_t bytes, int count) {
     if (HasByteFF(bytes)) {
       for (int i = 0; i < count; ++i) EmitByte(static_cast<uint8_t>(bytes >> (56 - 8 * i)));
       return;
     }
-    for (int i = 0; i < 8; ++i) {
-      const int at = std::min(i, count - 1);
-      out_[at] = static_cast<uint8_t>(bytes >> (56 - 8 * at));
+    const uint64_t inOrder = __builtin_bswap64(bytes);  // the first byte lowest
+    const auto byteAt = [&](int i) { return inOrder >> (8 * i); };
+    if (count >= 4) {
+      const auto head = static_cast<uint32_t>(inOrder), tail = static_cast<uint32_t>(byteAt(count - 4));
+      std::memcpy(out_, &head, 4);
+      std::memcpy(out_ + count - 4, &tail, 4);
+    } else {
+      out_[0] = static_cast<uint8_t>(inOrder);
+      out_[count >> 1] = static_cast<uint8_t>(byteAt(count >> 1));
+      out_[count - 1] = static_cast<uint8_t>(byteAt(count - 1));
     }
     out_ += count;
   }

@@ -170,9 +170,9 @@ class BlockAcTerms {
  public:
   explicit BlockAcTerms(const int16_t* block) : block_(block), nonzero_(ZigzagNonzeroMask(block)) {}
   uint64_t Nonzero() const { return nonzero_; }
-  int Category(int k) const { return NonzeroCategory(block_[kZigzagToNatural[k]]); }
+  int Category(uint32_t k) const { return NonzeroCategory(block_[kZigzagToNatural[k]]); }
   template <class Sink>
-  VekStatus Code(Sink& sink, int run, int k, int category) const {
+  VekStatus Code(Sink& sink, int run, uint32_t k, int category) const {
     return sink.AcValue(run, block_[kZigzagToNatural[k]], category);
   }
 
@@ -190,9 +190,9 @@ struct ZigzagTerms {
   uint64_t nonzero;
 
   uint64_t Nonzero() const { return nonzero; }
-  int Category(int k) const { return std::popcount(categoryMask[k]); }
+  int Category(uint32_t k) const { return std::popcount(categoryMask[k]); }
   template <class Sink>
-  VekStatus Code(Sink& sink, int run, int k, int category) const {
+  VekStatus Code(Sink& sink, int run, uint32_t k, int category) const {
     return sink.AcExtra(run, extra[k], category);
   }
 };
@@ -207,13 +207,13 @@ template <class Sink, class Terms>
   const int dcCategory = Category(diff);
   if (dcCategory > Sink::kMaxDcCategory) return vekStsJPEGBadData;
   if (VekStatus st = sink.Dc(dcCategory, ExtraBits(diff, dcCategory))) return st;
-  int last = 0;
+  uint32_t last = 0;
   // Clearing the lowest bit by its index: x & (x - 1) is much slower on some
   // processors.
   for (uint64_t nonzero = terms.Nonzero() & ~uint64_t{1}; nonzero != 0;) {
-    const int k = std::countr_zero(nonzero);
+    const auto k = static_cast<uint32_t>(std::countr_zero(nonzero));
     nonzero &= ~(uint64_t{1} << k);
-    int run = k - last - 1;
+    int run = static_cast<int>(k - last - 1);
     last = k;
     if (run > 15) [[unlikely]] {
       for (; run > 15; run -= 16) {

@@ -140,31 +140,36 @@ void ForEachBlock(const JpegScan& scan, CoefImage& image, const Block& block, co
     }
     return;
   }
-  // Each component's blocks of an MCU: h x v blocks from its first one, which
-  // moves on by h blocks per MCU and v block rows per MCU row.
-  struct Part {
-    int h, v;
-    std::ptrdiff_t row;  // elements per block row
-    int16_t* first;
+  // The blocks of one MCU in coding order: scan component and place from
+  // that component's MCU origin, which moves on by h blocks per MCU and by v
+  // block rows per MCU row.
+  struct McuBlock {
+    int s;
+    std::ptrdiff_t offset;
   };
-  std::array<Part, 4> parts{};
-  const std::size_t count = scan.components.size();
-  for (std::size_t s = 0; s < count; ++s) {
+  std::array<McuBlock, 10> mcuBlocks{};
+  std::size_t count = 0;
+  std::array<int16_t*, 4> rowOrigin{}, origin{};
+  std::array<std::ptrdiff_t, 4> mcuStep{}, mcuRowStep{};
+  for (std::size_t s = 0; s < scan.components.size(); ++s) {
     CoefComponent& comp = component(s);
-    parts.at(s) = {comp.h, comp.v, std::ptrdiff_t{comp.stride} * 64, comp.coefs.data()};
+    const std::ptrdiff_t row = std::ptrdiff_t{comp.stride} * 64;
+    for (int y = 0; y < comp.v; ++y) {
+      for (int x = 0; x < comp.h; ++x) mcuBlocks.at(count++) = {static_cast<int>(s), y * row + x * 64};
+    }
+    rowOrigin.at(s) = comp.coefs.data();
+    mcuStep[s] = comp.h * 64;
+    mcuRowStep[s] = comp.v * row;
   }
   const int mcusX = component(0).stride / component(0).h, mcusY = component(0).rows / component(0).v;
   for (int my = 0; my < mcusY; ++my) {
+    origin = rowOrigin;
     for (int mx = 0; mx < mcusX; ++mx) {
       startMcu();
-      for (std::size_t s = 0; s < count; ++s) {
-        const Part& part = parts[s];
-        int16_t* const first = part.first + my * part.v * part.row + mx * part.h * 64;
-        for (int y = 0; y < part.v; ++y) {
-          for (int x = 0; x < part.h; ++x) block(static_cast<int>(s), first + y * part.row + x * 64);
-        }
-      }
+      for (std::size_t b = 0; b < count; ++b) block(mcuBlocks[b].s, origin[static_cast<std::size_t>(mcuBlocks[b].s)] + mcuBlocks[b].offset);
+      for (std::size_t s = 0; s < 4; ++s) origin[s] += mcuStep[s];
     }
+    for (std::size_t s = 0; s < 4; ++s) rowOrigin[s] += mcuRowStep[s];
   }
 }
 
