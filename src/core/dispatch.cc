@@ -12,13 +12,16 @@ struct NamedTarget {
   int64_t target;
 };
 
-std::atomic<bool> g_scalar_forced_by_caller{false};
-
 constexpr NamedTarget kTargets[] = {
     {"emu128", HWY_EMU128}, {"sse4", HWY_SSE4}, {"avx2", HWY_AVX2}, {"avx512", HWY_AVX3},
 };
 
-// Reads VEKJ_SIMD once. A named target narrows Highway's choice to it.
+}  // namespace
+
+namespace detail {
+
+std::atomic<bool> g_scalarFormsByCaller{false};
+
 bool ApplySimdOverride() {
   const char* env = std::getenv("VEKJ_SIMD");
   if (env == nullptr) return false;
@@ -31,13 +34,8 @@ bool ApplySimdOverride() {
   return false;
 }
 
-}  // namespace
+}  // namespace detail
 
-bool ScalarFormsForced() {
-  static const bool forced_by_env = ApplySimdOverride();
-  return forced_by_env || g_scalar_forced_by_caller.load(std::memory_order_relaxed);
-}
-
-void ForceScalarForms(bool on) { g_scalar_forced_by_caller.store(on, std::memory_order_relaxed); }
+void ForceScalarForms(bool on) { detail::g_scalarFormsByCaller.store(on, std::memory_order_relaxed); }
 
 }  // namespace vek

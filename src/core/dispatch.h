@@ -13,13 +13,25 @@
 #pragma once
 
 #include <hwy/highway.h>
+#include <atomic>
 #include <hwy/targets.h>
 
 namespace vek {
 
+namespace detail {
+// Reads VEKJ_SIMD: true for "scalar"; a named target narrows Highway's
+// choice to it.
+bool ApplySimdOverride();
+extern std::atomic<bool> g_scalarFormsByCaller;
+}  // namespace detail
+
 // True when VEKJ_SIMD=scalar or ForceScalarForms(true); the first call also
-// applies a target named in VEKJ_SIMD.
-bool ScalarFormsForced();
+// applies a target named in VEKJ_SIMD. Inline, as it runs on every call of
+// a kernel that picks a form, some of which code one block.
+inline bool ScalarFormsForced() {
+  static const bool byEnvironment = detail::ApplySimdOverride();
+  return byEnvironment || detail::g_scalarFormsByCaller.load(std::memory_order_relaxed);
+}
 
 // For tests and benchmarks: run the plain C++ forms from now on (or not).
 void ForceScalarForms(bool on);
@@ -27,7 +39,8 @@ void ForceScalarForms(bool on);
 template <class Fn, std::size_t N>
 Fn PickForm(Fn scalar, Fn const (&table)[N]) {
   if (ScalarFormsForced()) return scalar;
-  return table[hwy::GetChosenTarget().GetIndex()];
+  static hwy::ChosenTarget& chosen = hwy::GetChosenTarget();
+  return table[chosen.GetIndex()];
 }
 
 }  // namespace vek

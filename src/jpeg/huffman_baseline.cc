@@ -92,6 +92,16 @@ VekStatus CodeBlockFastScalar(const int16_t* block, int16_t& lastDc, const Encod
 
 HWY_EXPORT(CodeBlockFast);
 
+// A block through the put-by-put writer, near the end of the buffer: out of
+// line, so that the fast path's call needs no frame for it.
+[[gnu::noinline]] VekStatus CodeBlockPutByPut(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
+                                              const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t length, int32_t* pos,
+                                              EncodeHuffmanState* state) {
+  StuffingWriter writer(dst, length, pos, state);
+  CodeSink sink(writer, dc, ac);
+  return CodeBlock(sink, block, lastDc);
+}
+
 namespace {
 
 template <class State>
@@ -151,9 +161,7 @@ VekStatus impl::vekiEncodeHuffman8x8_JPEG_16s1u_C1(const Vek16s* pSrc, Vek8u* pD
     return VEK_PICK(CodeBlockFastScalar, CodeBlockFast)(pSrc, *pLastDC, pDcTable, pAcTable, pDst, pDstCurrPos,
                                                          pEncHuffState);
   }
-  StuffingWriter writer(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
-  CodeSink sink(writer, pDcTable, pAcTable);
-  return CodeBlock(sink, pSrc, *pLastDC);
+  return CodeBlockPutByPut(pSrc, *pLastDC, pDcTable, pAcTable, pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
 }
 
 VekStatus impl::vekiDecodeHuffman8x8_JPEG_1u16s_C1(const Vek8u* pSrc, int srcLenBytes, int* pSrcCurrPos, Vek16s* pDst,
