@@ -319,10 +319,16 @@ class StuffedBitReader {
   uint32_t Peek(int n) const { return (at_.bits >> (at_.count - n)) & LowMask(n); }  // 1 <= n <= Held()
   void Skip(int n) { at_.count -= n; }
   // Branches on the count: the bits of a value are mostly held already.
-  VekStatus Need(int n) { return at_.count >= n ? vekStsOk : FillIf(true, n); }
+  VekStatus Need(int n) {
+    if (at_.count >= n) [[likely]] return vekStsOk;
+    return FillIf(true, n);
+  }
   // Before a symbol: a fill when fewer than 8 bits are held, which need not
   // reach 8.
-  VekStatus BeforeSymbol() { return FillIf(at_.count < 8, 0); }
+  VekStatus BeforeSymbol() {
+    if (at_.count >= 8) [[likely]] return vekStsOk;
+    return FillIf(true, 0);
+  }
 
   void Finish() {
     *posOut_ = at_.pos;
@@ -444,10 +450,10 @@ template <class Reader>
 
 template <class Reader>
 [[gnu::always_inline]] inline VekStatus DecodeSymbol(Reader& reader, const DecodeHuffmanSpec& table, int& symbol) {
-  if (VekStatus st = reader.BeforeSymbol()) return st;
-  if (reader.Held() < 8) return DecodeLongSymbol(reader, table, 1, symbol);
+  if (VekStatus st = reader.BeforeSymbol()) [[unlikely]] return st;
+  if (reader.Held() < 8) [[unlikely]] return DecodeLongSymbol(reader, table, 1, symbol);
   const uint16_t* entry = table.fast[reader.Peek(8)];
-  if (entry[1] == 0) return DecodeLongSymbol(reader, table, 9, symbol);
+  if (entry[1] == 0) [[unlikely]] return DecodeLongSymbol(reader, table, 9, symbol);
   reader.Skip(entry[1]);
   symbol = entry[0];
   return vekStsOk;

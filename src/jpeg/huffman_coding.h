@@ -404,13 +404,13 @@ template <class Reader>
     end = k;
     if (VekStatus st = DecodeSymbol(reader, ac, symbol)) return st;
     const int run = symbol >> 4, s = symbol & 15;
-    if (s == 0) {
+    if (s == 0) [[unlikely]] {
       if (run < 15) return vekStsOk;  // end of block
       if (k + 16 > 64) return vekStsErr;
       k += 16;
       continue;
     }
-    if (k + run > 63) return vekStsErr;
+    if (k + run > 63) [[unlikely]] return vekStsErr;
     int32_t v = 0;
     if (VekStatus st = ReceiveValue(reader, s, v)) return st;
     k += run;
