@@ -213,33 +213,34 @@ void DecodeBlocks(const JpegScan& scan, CoefImage& image, DecodeState& state, co
 void DecodeScan(const JpegFrame& frame, const JpegScan& scan, CoefImage& image) {
   const ScanKind kind = KindOf(frame, scan);
   const auto tables = ScanTables<DecodeTable>(scan, kind, MakeDecodeTable);
-  const auto& dc = tables.dcOf;
-  const auto& ac = tables.acOf;
+  const DecodeHuffmanSpec* const* const dc = tables.dcOf.data();
+  const DecodeHuffmanSpec* const* const ac = tables.acOf.data();
   DecodeState state = MakeDecodeState();
   const int ss = scan.ss, se = scan.se, al = scan.al;
+  // The lambdas copy what they pass on: fewer loads per block than through references.
   switch (kind) {
     case ScanKind::kSequential:
-      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+      return DecodeBlocks(scan, image, state, [=](int s, int16_t* block, ScanReader& in) {
         return vekiDecodeHuffman8x8_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.lastDc[s], &in.marker, dc[s],
                                                   ac[s], in.state);
       });
     case ScanKind::kDcFirst:
-      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+      return DecodeBlocks(scan, image, state, [=](int s, int16_t* block, ScanReader& in) {
         return vekiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.lastDc[s],
                                                           &in.marker, al, dc[s], in.state);
       });
     case ScanKind::kDcRefine:
-      return DecodeBlocks(scan, image, state, [&](int, int16_t* block, ScanReader& in) {
+      return DecodeBlocks(scan, image, state, [=](int, int16_t* block, ScanReader& in) {
         return vekiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, al,
                                                            in.state);
       });
     case ScanKind::kAcFirst:
-      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+      return DecodeBlocks(scan, image, state, [=](int s, int16_t* block, ScanReader& in) {
         return vekiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, ss, se, al,
                                                           ac[s], in.state);
       });
     case ScanKind::kAcRefine:
-      return DecodeBlocks(scan, image, state, [&](int s, int16_t* block, ScanReader& in) {
+      return DecodeBlocks(scan, image, state, [=](int s, int16_t* block, ScanReader& in) {
         return vekiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(in.src, in.length, &in.pos, block, &in.marker, ss, se,
                                                            al, ac[s], in.state);
       });
@@ -287,35 +288,38 @@ std::size_t EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, con
         });
     Check(code(0, nullptr, 1), "flush");
   };
-  const auto c = [](int s) { return static_cast<std::size_t>(s); };
+  // The lambdas copy what they pass on: fewer loads per block than through references.
+  Vek8u* const dst = out.data();
+  Vek16s* const last = lastDc.data();
+  const EncodeHuffmanSpec* const* const dcs = dcOf.data();
+  const EncodeHuffmanSpec* const* const acs = acOf.data();
+  EncodeHuffmanState* const st = state.get();
+  int* const at = &pos;
+  const int ss = scan.ss, se = scan.se, al = scan.al;
   switch (kind) {
     case ScanKind::kSequential:
-      codeScan([&](int s, const int16_t* block, int flush) {
-        return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, out.data(), length, &pos, &lastDc[c(s)], dcOf[c(s)],
-                                                  acOf[c(s)], state.get(), flush);
+      codeScan([=](int s, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_JPEG_16s1u_C1(block, dst, length, at, last + s, dcs[s], acs[s], st, flush);
       });
       break;
     case ScanKind::kDcFirst:
-      codeScan([&](int s, const int16_t* block, int flush) {
-        return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, out.data(), length, &pos, &lastDc[c(s)], scan.al,
-                                                          dcOf[c(s)], state.get(), flush);
+      codeScan([=](int s, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, dst, length, at, last + s, al, dcs[s], st, flush);
       });
       break;
     case ScanKind::kDcRefine:
-      codeScan([&](int, const int16_t* block, int flush) {
-        return vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, out.data(), length, &pos, scan.al, state.get(), flush);
+      codeScan([=](int, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, dst, length, at, al, st, flush);
       });
       break;
     case ScanKind::kAcFirst:
-      codeScan([&](int s, const int16_t* block, int flush) {
-        return vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, out.data(), length, &pos, scan.ss, scan.se, scan.al,
-                                                          acOf[c(s)], state.get(), flush);
+      codeScan([=](int s, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, dst, length, at, ss, se, al, acs[s], st, flush);
       });
       break;
     case ScanKind::kAcRefine:
-      codeScan([&](int s, const int16_t* block, int flush) {
-        return vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, out.data(), length, &pos, scan.ss, scan.se, scan.al,
-                                                           acOf[c(s)], state.get(), flush);
+      codeScan([=](int s, const int16_t* block, int flush) {
+        return vekiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, dst, length, at, ss, se, al, acs[s], st, flush);
       });
       break;
   }
