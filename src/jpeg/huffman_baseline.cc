@@ -46,8 +46,8 @@ HWY_ATTR void ZigzagTermsOf(const int16_t* block, ZigzagTerms& terms) {
     below = hn::Or(below, hn::ShiftRight<4>(below));
     below = hn::Or(below, hn::ShiftRight<8>(below));
     const auto extra = hn::And(hn::BitCast(du, hn::Add(v, hn::ShiftRight<15>(v))), below);
-    hn::Store(below, du, terms.categoryMask + 32 * h);
-    hn::Store(extra, du, terms.extra + 32 * h);
+    hn::StoreU(below, du, terms.categoryMask + 32 * h);
+    hn::StoreU(extra, du, terms.extra + 32 * h);
     terms.nonzero |= uint64_t{_mm512_test_epi16_mask(v.raw, v.raw)} << (32 * h);
   }
 }

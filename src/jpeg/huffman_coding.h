@@ -185,8 +185,8 @@ class BlockAcTerms {
 // for each zig-zag position, the mask of its extra bits (every bit below the
 // top bit of |v|, so that its bit count is the category) and the extra bits.
 struct ZigzagTerms {
-  alignas(64) uint16_t categoryMask[64];  // -32768 gives 0xFFFF: category 16
-  alignas(64) uint16_t extra[64];
+  uint16_t categoryMask[64];  // -32768 gives 0xFFFF: category 16
+  uint16_t extra[64];
   uint64_t nonzero;
 
   uint64_t Nonzero() const { return nonzero; }
