@@ -32,7 +32,7 @@ struct Stream {
 const Stream& TheStream() {
   static const Stream s = [] {
     Stream s;
-    s.raw = test::kLuminanceQuantZigzag;
+    s.raw = test::LuminanceQuantZigzag();
     vekiQuantFwdRawTableInit_JPEG_8u(s.raw.data(), 75);
     vekiQuantFwdTableInit_JPEG_8u16u(s.raw.data(), s.fwd.data());
     vekiQuantInvTableInit_JPEG_8u16u(s.raw.data(), s.inv.data());

@@ -282,7 +282,7 @@ TEST(DctMembers, SixteenBitFormsAgreeWithTheLevelShiftedOnes) {
 TEST(DctMembers, RoundTripOfThePhotographMatchesLibjpegTurbo) {
   const test::Photo photo = test::LoadJpeg(test::TestDataPath(test::kBenchPhoto), 1);
   const int w = photo.width, h = photo.height;
-  std::array<Vek8u, 64> raw = test::kLuminanceQuantZigzag;
+  std::array<Vek8u, 64> raw = test::LuminanceQuantZigzag();
   Table16 fwd, inv;
   ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(raw.data(), 75), vekStsOk);
   ASSERT_EQ(vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), fwd.data()), vekStsOk);

@@ -28,8 +28,8 @@ struct Tables {
   DecodeHuffmanSpec dcDec, acDec;
   explicit Tables(const JpegHuffmanTable& dc, const JpegHuffmanTable& ac) {
     std::array<uint8_t, 256> dv{}, av{};
-    std::copy(dc.vals.begin(), dc.vals.end(), dv.begin());
-    std::copy(ac.vals.begin(), ac.vals.end(), av.begin());
+    std::copy(dc.values.begin(), dc.values.end(), dv.begin());
+    std::copy(ac.values.begin(), ac.values.end(), av.begin());
     EXPECT_EQ(vekiEncodeHuffmanSpecInit_JPEG_8u(dc.bits.data(), dv.data(), &dcEnc), vekStsOk);
     EXPECT_EQ(vekiEncodeHuffmanSpecInit_JPEG_8u(ac.bits.data(), av.data(), &acEnc), vekStsOk);
     EXPECT_EQ(vekiDecodeHuffmanSpecInit_JPEG_8u(dc.bits.data(), dv.data(), &dcDec), vekStsOk);
@@ -37,7 +37,7 @@ struct Tables {
   }
 };
 
-Tables StandardTables() { return Tables(test::StandardLuminanceDc(), test::StandardLuminanceAc()); }
+Tables StandardTables() { return Tables(codec::kLuminanceDc, codec::kLuminanceAc); }
 
 // Tables with a code for every symbol, of lengths 8 and 9 (some codes are
 // long enough to need the bit-by-bit search).
@@ -45,7 +45,7 @@ Tables FullTables() {
   JpegHuffmanTable t;
   t.bits[7] = 255;  // 255 codes of 8 bits...
   t.bits[8] = 1;    // ...and one of 9
-  for (int i = 0; i < 256; ++i) t.vals.push_back(static_cast<uint8_t>((i * 37 + 11) & 255));
+  for (int i = 0; i < 256; ++i) t.values.push_back(static_cast<uint8_t>((i * 37 + 11) & 255));
   return Tables(t, t);
 }
 
@@ -286,10 +286,10 @@ TEST(HuffmanBaseline, EdgeCases) {
 TEST(HuffmanBaseline, StuffingAndFullBuffer) {
   JpegHuffmanTable ff;
   ff.bits[7] = 2;  // codes 00000000 and 00000001 of 8 bits
-  ff.vals = {0, 1};
+  ff.values = {0, 1};
   JpegHuffmanTable wide;
   wide.bits[15] = 1;  // one code of 16 bits for symbol 0: 0000000000000000
-  wide.vals = {0};
+  wide.values = {0};
   std::array<uint8_t, 256> v{};
   EncodeHuffmanSpec e;
   v[0] = 0;

@@ -21,7 +21,7 @@ using test::JpegHuffmanTable;
 
 std::array<uint8_t, 256> Vals(const JpegHuffmanTable& t) {
   std::array<uint8_t, 256> vals{};
-  std::copy(t.vals.begin(), t.vals.end(), vals.begin());
+  std::copy(t.values.begin(), t.values.end(), vals.begin());
   return vals;
 }
 
@@ -33,7 +33,7 @@ TEST(HuffmanSpec, SizesAndLifeCycle) {
   EXPECT_EQ(size, 1644);
   EXPECT_EQ(vekiEncodeHuffmanSpecGetBufSize_JPEG_8u(nullptr), vekStsNullPtr);
   EXPECT_EQ(vekiDecodeHuffmanSpecGetBufSize_JPEG_8u(nullptr), vekStsNullPtr);
-  const JpegHuffmanTable dc = test::StandardLuminanceDc();
+  const JpegHuffmanTable dc = codec::kLuminanceDc;
   const auto vals = Vals(dc);
   EncodeHuffmanSpec* enc = nullptr;
   DecodeHuffmanSpec* dec = nullptr;
@@ -65,7 +65,7 @@ TEST(HuffmanSpec, SizesAndLifeCycle) {
 }
 
 TEST(HuffmanSpec, StandardLuminanceDcCodesOfTableK3) {
-  const JpegHuffmanTable dc = test::StandardLuminanceDc();
+  const JpegHuffmanTable dc = codec::kLuminanceDc;
   const auto vals = Vals(dc);
   EncodeHuffmanSpec e;
   DecodeHuffmanSpec d;
@@ -173,7 +173,7 @@ TEST(HuffmanRawTable, MatchesLibjpegOptimalTables) {
     ASSERT_EQ(st == vekStsOk, want.has_value()) << "trial " << trial << " status " << st;
     if (!want) continue;
     ASSERT_EQ(bits, want->bits) << "trial " << trial;
-    ASSERT_TRUE(std::equal(want->vals.begin(), want->vals.end(), vals.begin())) << "trial " << trial;
+    ASSERT_TRUE(std::equal(want->values.begin(), want->values.end(), vals.begin())) << "trial " << trial;
     EncodeHuffmanSpec e;
     EXPECT_EQ(vekiEncodeHuffmanSpecInit_JPEG_8u(bits.data(), vals.data(), &e), vekStsOk) << "trial " << trial;
   }

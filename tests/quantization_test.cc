@@ -89,7 +89,7 @@ Raw PeerLuminanceTable(int quality) {
 
 // The T.81 Annex K luminance table scaled as libjpeg-turbo scales it.
 TEST(QuantRawTable, MatchesLibjpegTurboQualityScaling) {
-  const Raw luminance = test::kLuminanceQuantZigzag;
+  const Raw luminance = test::LuminanceQuantZigzag();
   for (int quality : {1, 5, 10, 25, 33, 49, 50, 51, 75, 90, 95, 99, 100}) {
     Raw ours = luminance;
     ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(ours.data(), quality), vekStsOk);

@@ -9,18 +9,13 @@
 #include <optional>
 #include <vector>
 
+#include "jpeg_syntax.h"
+
 namespace vek::test {
 
-struct JpegHuffmanTable {
-  std::array<uint8_t, 16> bits{};  // counts of codes of lengths 1..16
-  std::vector<uint8_t> vals;       // symbols in code order
-};
-
-// The tables of ITU-T T.81 Annex K.3.
-JpegHuffmanTable StandardLuminanceDc();
-JpegHuffmanTable StandardLuminanceAc();
-JpegHuffmanTable StandardChrominanceDc();
-JpegHuffmanTable StandardChrominanceAc();
+// BITS and HUFFVAL; codec::kLuminanceDc and its siblings are the tables of
+// ITU-T T.81 Annex K.3.
+using JpegHuffmanTable = codec::HuffmanTable;
 
 struct JpegComponent {
   int id = 0;

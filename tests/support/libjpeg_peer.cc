@@ -120,7 +120,7 @@ std::optional<JpegHuffmanTable> OptimalTableWithLibjpeg(const std::vector<long>&
   JpegHuffmanTable result;
   int total = 0;
   for (int i = 0; i < 16; ++i) total += result.bits[static_cast<std::size_t>(i)] = table.bits[i + 1];
-  result.vals.assign(table.huffval, table.huffval + total);
+  result.values.assign(table.huffval, table.huffval + total);
   return result;
 }
 

@@ -39,7 +39,7 @@ using DecodeState = std::unique_ptr<DecodeHuffmanState, DecodeStateFree>;
 
 std::array<uint8_t, 256> PaddedValues(const JpegHuffmanTable& t) {
   std::array<uint8_t, 256> vals{};
-  std::copy_n(t.vals.begin(), std::min<std::size_t>(t.vals.size(), 256), vals.begin());
+  std::copy_n(t.values.begin(), std::min<std::size_t>(t.values.size(), 256), vals.begin());
   return vals;
 }
 
@@ -93,7 +93,7 @@ JpegHuffmanTable OptimalTable(const std::array<Vek32u, 256>& counts) {
   Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(stats.data(), t.bits.data(), vals.data()), "EncodeHuffmanRawTableInit");
   int total = 0;
   for (uint8_t b : t.bits) total += b;
-  t.vals.assign(vals.begin(), vals.begin() + total);
+  t.values.assign(vals.begin(), vals.begin() + total);
   return t;
 }
 
@@ -434,8 +434,8 @@ std::vector<uint8_t> EncodeFileWithVekj(const JpegFrame& baseFrame, const CoefIm
                                                     : std::vector<JpegScan>{ScanOf(AllComponents(frame), 0, 63, 0, 0)};
   for (JpegScan& scan : scans) {
     scan.restartInterval = options.restartInterval;
-    scan.dc = {StandardLuminanceDc(), StandardChrominanceDc(), std::nullopt, std::nullopt};
-    scan.ac = {StandardLuminanceAc(), StandardChrominanceAc(), std::nullopt, std::nullopt};
+    scan.dc = {codec::kLuminanceDc, codec::kChrominanceDc, std::nullopt, std::nullopt};
+    scan.ac = {codec::kLuminanceAc, codec::kChrominanceAc, std::nullopt, std::nullopt};
     if (options.progressive || options.optimalTables) SetOptimalTables(frame, scan, image);
     scan.data = EncodeScanWithVekj(frame, scan, image);
     WriteScanTables(writer, frame, scan);
