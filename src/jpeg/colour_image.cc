@@ -1,8 +1,8 @@
 // Whole-image 4:4:4 colour conversion and CMYK/YCCK: one row kernel per
 // (source layout, destination layout, formula), listed once in
-// colour_rows.h, in a plain form and a SIMD form. The SIMD form runs 8-bit
-// forward and YCbCr/YCCK inverse rows by pairwise 16-bit multiply-adds, and
-// the rest (packed sources, CMYK to YCCK) on 32-bit lanes.
+// colour_rows.h, in a plain form and a SIMD form. The SIMD form runs the
+// forward, CMYK to YCCK and YCbCr/YCCK inverse rows by pairwise 16-bit
+// multiply-adds, and the columns those steps leave on 32-bit lanes.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/colour_image.cc"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -42,8 +42,9 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);
   }
   if constexpr (std::is_same_v<F, ForwardCmyk>) {
-    const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
-    for (; x + pairs <= end; x += pairs) CmykMaddStep<In, Out>(src, dst, x);
+    const hn::ScalableTag<uint32_t> du32;
+    const auto order = BlocksInRowOrder(du32);
+    for (; x + 4 * lanes <= end; x += 4 * lanes) CmykStep<In>(du32, order, src, dst, x);
   }
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
