@@ -28,12 +28,12 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   int32_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
   if constexpr (kForwardMadd<In, F> && In::kKind == Kind::kInterleaved) {
-    // Each half's load reads 4 bytes a pixel: stop where the second one would
-    // pass the row.
+    // Each quarter's load reads 4 bytes a pixel: stop where the last one
+    // would pass the row.
     const PairLoader<In, decltype(d)> loader;
-    const auto order = HalvesInPixelOrder(d);
-    for (; x + 2 * lanes <= end && In::kPixelBytes * (x + lanes) + 4 * lanes <= In::kPixelBytes * width;
-         x += 2 * lanes) {
+    const auto order = BlocksInRowOrder(d);
+    for (; x + 4 * lanes <= end && In::kPixelBytes * (x + 3 * lanes) + 4 * lanes <= In::kPixelBytes * width;
+         x += 4 * lanes) {
       ForwardPairsStep<In, Out, F>(loader, order, src, dst, x);
     }
   }

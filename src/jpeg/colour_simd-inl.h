@@ -340,6 +340,35 @@ HWY_INLINE hn::Vec<D8> InRowOrder(D8 d8, const Order& order, hn::Vec<D8> bytes) 
   return hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(du32, bytes), order));
 }
 
+// v[0..3], each lane within -32768..32767, saturated to bytes of type T
+// (uint8_t or int8_t), in row order.
+template <class T, class D32>
+HWY_INLINE hn::Vec<hn::Repartition<T, D32>> NarrowToBytes(D32 d32, const LaneOrder<D32>& order,
+                                                          const hn::Vec<D32> (&v)[4]) {
+  const hn::Repartition<int16_t, D32> d16;
+  const hn::Repartition<T, D32> d8;
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
+  // Highway has no two-input 16-to-8-bit narrowing; the x86 packs narrow
+  // block by block.
+  const auto lo = hn::ReorderDemote2To(d16, v[0], v[1]).raw, hi = hn::ReorderDemote2To(d16, v[2], v[3]).raw;
+#if HWY_TARGET <= HWY_AVX3
+  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm512_packs_epi16(lo, hi) : _mm512_packus_epi16(lo, hi)};
+#elif HWY_TARGET == HWY_AVX2
+  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm256_packs_epi16(lo, hi) : _mm256_packus_epi16(lo, hi)};
+#else
+  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm_packs_epi16(lo, hi) : _mm_packus_epi16(lo, hi)};
+#endif
+  return InRowOrder(d8, order, packed);
+#else
+  (void)order;
+  const hn::Half<decltype(d16)> dh16;
+  const hn::Half<decltype(d8)> dh8;
+  const auto lo = hn::Combine(d16, hn::DemoteTo(dh16, v[1]), hn::DemoteTo(dh16, v[0]));
+  const auto hi = hn::Combine(d16, hn::DemoteTo(dh16, v[3]), hn::DemoteTo(dh16, v[2]));
+  return hn::Combine(d8, hn::DemoteTo(dh8, hi), hn::DemoteTo(dh8, lo));
+#endif
+}
+
 // ---- CMYK to YCCK on 32-bit pixels ------------------------------------------------
 //
 // Each pixel is one 32-bit lane C | M << 8 | Y << 16 | K << 24. Masks and
@@ -482,51 +511,37 @@ struct PairLoader {
   }
 };
 
-// Interleaved pixels [x, x + 2N) of a row into Out::kChannels planes: each
-// output of the two halves by two multiply-adds per lane, narrowed to 16 bits
-// (which interleaves the halves block by block), put back in pixel order and
-// narrowed to bytes.
+// Interleaved pixels [x, x + 4N) of a row into Out::kChannels planes: each
+// output by two multiply-adds per lane, shifted and narrowed to bytes; an
+// output with the chroma offset 128 is narrowed to signed bytes and gets the
+// offset by a flip of their top bit.
 template <class In, class Out, class F, class D32>
 HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOrder<D32>& order,
                                  const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
   using D16 = typename PairLoader<In, D32>::D16;
   const D32 d32;
   const D16 d16;
-  const hn::Rebind<uint8_t, D16> d8;
-  const hn::RebindToUnsigned<D32> du;
+  const hn::Repartition<uint8_t, D32> du8;
   const auto n = static_cast<int32_t>(hn::Lanes(d32));
   const uint8_t* p = colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x;
-  hn::Vec<D16> rg[2], b[2];
-  loader.Load(p, rg[0], b[0]);
-  loader.Load(p + In::kPixelBytes * n, rg[1], b[1]);
+  hn::Vec<D16> rg[4], b[4];
+  for (int j = 0; j < 4; ++j) loader.Load(p + In::kPixelBytes * n * j, rg[j], b[j]);
   constexpr MaddFormula f = MaddOf<F>();
   for (int c = 0; c < Out::kChannels; ++c) {
     const MaddOutput& o = f.out[c];
     const auto wrg = WeightPair(d16, o.wr, o.wg), wb = WeightPair(d16, o.wb, o.c);
-    hn::Vec<D32> sum[2];
-    for (int h = 0; h < 2; ++h) {
-      const auto s = hn::Add(PairDot(d16, rg[h], wrg), PairDot(d16, b[h], wb));
-      sum[h] = f.shift == 15 ? hn::ShiftRight<15>(s) : hn::ShiftRight<14>(s);
+    hn::Vec<D32> sum[4];
+    for (int j = 0; j < 4; ++j) {
+      const auto s = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, b[j], wb));
+      sum[j] = f.shift == 15 ? hn::ShiftRight<15>(s) : hn::ShiftRight<14>(s);
     }
-    const auto blocked = hn::BitCast(du, hn::ReorderDemote2To(d16, sum[0], sum[1]));
-    const auto v = hn::Add(hn::BitCast(d16, hn::TableLookupLanes(blocked, order)), hn::Set(d16, o.offset));
-    hn::StoreU(hn::DemoteTo(d8, v), d8, colour::Ptr<uint8_t>(dst, c) + x);
+    uint8_t* out = colour::Ptr<uint8_t>(dst, c) + x;
+    if (o.offset == 0) {
+      hn::StoreU(NarrowToBytes<uint8_t>(d32, order, sum), du8, out);
+    } else {
+      hn::StoreU(hn::Xor(hn::BitCast(du8, NarrowToBytes<int8_t>(d32, order, sum)), hn::Set(du8, 0x80)), du8, out);
+    }
   }
-}
-
-// The lane order that undoes the block interleave of ReorderDemote2To: its
-// 64-bit lane 2k + h holds pixels 4k..4k+3 of half h.
-template <class D32>
-LaneOrder<D32> HalvesInPixelOrder(D32) {
-  const hn::RebindToUnsigned<D32> du;
-  const auto lanes = hn::Lanes(du);
-  const size_t groups = lanes / 2, perHalf = groups / 2;
-  alignas(64) uint32_t idx[16] = {};
-  for (size_t i = 0; i < lanes; ++i) {
-    const size_t q = i / 2, h = q / perHalf, k = q % perHalf;
-    idx[i] = static_cast<uint32_t>(2 * (2 * k + h) + i % 2);
-  }
-  return hn::SetTableIndices(du, idx);
 }
 
 // Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
