@@ -34,6 +34,7 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     const auto order = BlocksInRowOrder(d);
     for (; x + 4 * lanes <= end && In::kPixelBytes * (x + 3 * lanes) + 4 * lanes <= In::kPixelBytes * width;
          x += 4 * lanes) {
+      PrefetchAhead(src, In::kPixelBytes * x, In::kPixelBytes * 4 * lanes, In::kPixelBytes * width);
       ForwardPairsStep<In, Out, F>(loader, order, src, dst, x);
     }
   }
@@ -44,7 +45,12 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   if constexpr (std::is_same_v<F, ForwardCmyk>) {
     const hn::ScalableTag<uint32_t> du32;
     const auto order = BlocksInRowOrder(du32);
-    for (; x + 4 * lanes <= end; x += 4 * lanes) CmykStep<In>(du32, order, src, dst, x);
+    for (; x + 4 * lanes <= end; x += 4 * lanes) {
+      if constexpr (In::kKind == Kind::kInterleaved) {
+        PrefetchAhead(src, 4 * x, 16 * lanes, 4 * width);
+      }
+      CmykStep<In>(du32, order, src, dst, x);
+    }
   }
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));

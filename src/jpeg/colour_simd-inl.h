@@ -10,8 +10,10 @@
 #define VEK_JPEG_COLOUR_SIMD_INL_H_
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <array>
 #include <type_traits>
 
@@ -309,6 +311,18 @@ HWY_INLINE hn::Vec<D16> Dot2(D16 d16, hn::Vec<D16> a1, hn::Vec<D16> b1, int16_t 
 template <int kShift, class D16>
 HWY_INLINE hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b, const MaddOutput& o) {
   return hn::Add(Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, 0), hn::Set(d16, o.offset));
+}
+
+// ---- Reading ahead ------------------------------------------------------------------
+
+// Asks for the cache lines of bytes [offset, offset + bytes) of an
+// interleaved source row, 2 KiB further on but not past its last byte: one
+// source read by wide steps outruns the hardware prefetcher.
+HWY_INLINE void PrefetchAhead(const colour::SrcRow& src, int32_t offset, int32_t bytes, int32_t rowBytes) {
+  constexpr int32_t kAhead = 2048, kLine = 64;
+  for (int32_t i = offset + kAhead; i < offset + kAhead + bytes; i += kLine) {
+    hwy::Prefetch(colour::Ptr<uint8_t>(src, 0) + std::min(i, rowBytes - 1));
+  }
 }
 
 // ---- Four vectors of pixels to one of bytes -----------------------------------------
