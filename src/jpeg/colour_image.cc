@@ -32,9 +32,10 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     // would pass the row.
     const PairLoader<In, decltype(d)> loader;
     const auto order = BlocksInRowOrder(d);
+    const RowPrefetch prefetch(src, In::kPixelBytes * width);
     for (; x + 4 * lanes <= end && In::kPixelBytes * (x + 3 * lanes) + 4 * lanes <= In::kPixelBytes * width;
          x += 4 * lanes) {
-      PrefetchAhead(src, In::kPixelBytes * x, In::kPixelBytes * 4 * lanes, In::kPixelBytes * width);
+      prefetch.Step(In::kPixelBytes * x, In::kPixelBytes * 4 * lanes);
       ForwardPairsStep<In, Out, F>(loader, order, src, dst, x);
     }
   }
@@ -45,12 +46,14 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   if constexpr (std::is_same_v<F, ForwardCmyk>) {
     const hn::ScalableTag<uint32_t> du32;
     const auto order = BlocksInRowOrder(du32);
-    for (; x + 4 * lanes <= end; x += 4 * lanes) {
-      if constexpr (In::kKind == Kind::kInterleaved) {
-        PrefetchAhead(src, 4 * x, 16 * lanes, 4 * width);
+    if constexpr (In::kKind == Kind::kInterleaved) {
+      const RowPrefetch prefetch(src, 4 * width);
+      for (; x + 4 * lanes <= end; x += 4 * lanes) {
+        prefetch.Step(4 * x, 16 * lanes);
+        CmykStep<In>(du32, order, src, dst, x);
       }
-      CmykStep<In>(du32, order, src, dst, x);
     }
+    for (; x + 4 * lanes <= end; x += 4 * lanes) CmykStep<In>(du32, order, src, dst, x);
   }
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));

@@ -315,15 +315,25 @@ HWY_INLINE hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, h
 
 // ---- Reading ahead ------------------------------------------------------------------
 
-// Asks for the cache lines of bytes [offset, offset + bytes) of an
-// interleaved source row, 2 KiB further on but not past its last byte: one
-// source read by wide steps outruns the hardware prefetcher.
-HWY_INLINE void PrefetchAhead(const colour::SrcRow& src, int32_t offset, int32_t bytes, int32_t rowBytes) {
-  constexpr int32_t kAhead = 2048, kLine = 64;
-  for (int32_t i = offset + kAhead; i < offset + kAhead + bytes; i += kLine) {
-    hwy::Prefetch(colour::Ptr<uint8_t>(src, 0) + std::min(i, rowBytes - 1));
+// Software prefetch of an interleaved source row, 2 KiB ahead of the steps
+// and never past the row's last byte: one source read by wide steps outruns
+// the hardware prefetcher. The row's first 2 KiB are asked for at once.
+class RowPrefetch {
+ public:
+  RowPrefetch(const colour::SrcRow& src, int32_t rowBytes) : row_(colour::Ptr<uint8_t>(src, 0)), rowBytes_(rowBytes) {
+    Lines(0, kAhead);
   }
-}
+  // The cache lines kAhead past bytes [offset, offset + bytes).
+  HWY_INLINE void Step(int32_t offset, int32_t bytes) const { Lines(offset + kAhead, offset + kAhead + bytes); }
+
+ private:
+  static constexpr int32_t kAhead = 2048, kLine = 64;
+  HWY_INLINE void Lines(int32_t from, int32_t to) const {
+    for (int32_t i = from; i < std::min(to, rowBytes_); i += kLine) hwy::Prefetch(row_ + i);
+  }
+  const uint8_t* row_;
+  int32_t rowBytes_;
+};
 
 // ---- Four vectors of pixels to one of bytes -----------------------------------------
 //
