@@ -46,14 +46,12 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   if constexpr (std::is_same_v<F, ForwardCmyk>) {
     const hn::ScalableTag<uint32_t> du32;
     const auto order = BlocksInRowOrder(du32);
-    if constexpr (In::kKind == Kind::kInterleaved) {
-      const RowPrefetch prefetch(src, 4 * width);
-      for (; x + 4 * lanes <= end; x += 4 * lanes) {
-        prefetch.Step(4 * x, 16 * lanes);
-        CmykStep<In>(du32, order, src, dst, x);
-      }
+    // Four planes are four streams the hardware prefetcher keeps up with.
+    const RowPrefetch prefetch(src, In::kKind == Kind::kInterleaved ? 4 * width : 0);
+    for (; x + 4 * lanes <= end; x += 4 * lanes) {
+      prefetch.Step(4 * x, 16 * lanes);
+      CmykStep<In>(du32, order, src, dst, x);
     }
-    for (; x + 4 * lanes <= end; x += 4 * lanes) CmykStep<In>(du32, order, src, dst, x);
   }
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));

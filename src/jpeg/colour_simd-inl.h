@@ -316,8 +316,9 @@ HWY_INLINE hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, h
 // ---- Reading ahead ------------------------------------------------------------------
 
 // Software prefetch of an interleaved source row, 2 KiB ahead of the steps
-// and never past the row's last byte: one source read by wide steps outruns
-// the hardware prefetcher. The row's first 2 KiB are asked for at once.
+// and never past the row's last byte (none for rowBytes 0): one source read
+// by wide steps outruns the hardware prefetcher. The row's first 2 KiB are
+// asked for at once.
 class RowPrefetch {
  public:
   RowPrefetch(const colour::SrcRow& src, int32_t rowBytes) : row_(colour::Ptr<uint8_t>(src, 0)), rowBytes_(rowBytes) {
@@ -357,6 +358,7 @@ LaneOrder<D32> BlocksInRowOrder(D32) {
   return hn::SetTableIndices(du32, idx);
 }
 
+// Bytes gathered block by block from four vectors of pixels, in row order.
 template <class D8, class Order>
 HWY_INLINE hn::Vec<D8> InRowOrder(D8 d8, const Order& order, hn::Vec<D8> bytes) {
   if (hn::Lanes(d8) == 16) return bytes;
