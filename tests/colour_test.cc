@@ -1,7 +1,8 @@
 // Whole-image 4:4:4 colour conversion and CMYK/YCCK: every export against the
 // per-column reference formulas, in every form, at every width around the
-// vector and group boundaries, with unaligned rows; the two inverse scales
-// over every (Cb, Cr) pair; thread counts; argument-check orders.
+// vector and group boundaries, with unaligned rows; every combination of end
+// levels in a pixel; the two inverse scales over every (Cb, Cr) pair; thread
+// counts; argument-check orders.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -169,10 +170,9 @@ struct TestImage {
   }
 };
 
-// Runs a case on a random w x h image and checks every pixel, and that
-// nothing past the row end was written.
-void CheckCase(const Case& c, int w, int h) {
-  const TestImage src(c.srcPlanes, c.srcBytes, w, h, true);
+// Runs a case on a w x h source and checks every pixel, and that nothing
+// past the row end was written.
+void CheckCase(const Case& c, const TestImage& src, int w, int h) {
   TestImage dst(c.dstPlanes, c.dstBytes, w, h, false);
   ASSERT_EQ(c.run(src.planes.data(), src.step, dst.planes.data(), dst.step, {w, h}), vekStsOk);
   for (int r = 0; r < h; ++r) {
@@ -189,7 +189,32 @@ TEST(Colour444, EveryExportFollowsItsFormulaPerColumnInEveryForm) {
   ASSERT_EQ(cases.size(), 25u);
   test::ForEachForm([&] {
     for (const Case& c : cases) {
-      for (int w : test::BoundaryWidths()) CheckCase(c, w, w < 64 ? 3 : 1);
+      for (int w : test::BoundaryWidths()) {
+        const int h = w < 64 ? 3 : 1;
+        CheckCase(c, TestImage(c.srcPlanes, c.srcBytes, w, h, true), w, h);
+      }
+    }
+  });
+}
+
+// One row with every combination of the end and middle levels in the bytes
+// of a pixel: the sums reach the ends of their ranges and chroma saturates.
+TEST(Colour444, EndLevelsInEveryForm) {
+  constexpr int kLevels[] = {0, 1, 127, 128, 254, 255};
+  const std::vector<Case> cases = Cases();
+  test::ForEachForm([&] {
+    for (const Case& c : cases) {
+      const int bytes = c.srcPlanes * c.srcBytes;
+      int w = 1;
+      for (int i = 0; i < bytes; ++i) w *= 6;
+      TestImage src(c.srcPlanes, c.srcBytes, w, 1, true);
+      for (int x = 0; x < w; ++x) {
+        for (int i = 0, rest = x; i < bytes; ++i, rest /= 6) {
+          src.planes[static_cast<std::size_t>(i / c.srcBytes)][x * c.srcBytes + i % c.srcBytes] =
+              static_cast<Vek8u>(kLevels[rest % 6]);
+        }
+      }
+      CheckCase(c, src, w, 1);
     }
   });
 }

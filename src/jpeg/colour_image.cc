@@ -1,8 +1,8 @@
 // Whole-image 4:4:4 colour conversion and CMYK/YCCK: one row kernel per
 // (source layout, destination layout, formula), listed once in
-// colour_rows.h, in a plain form and a SIMD form. The SIMD form runs 8-bit
-// forward and YCbCr/YCCK inverse rows by pairwise 16-bit multiply-adds, and
-// the rest (packed sources, CMYK to YCCK) on 32-bit lanes.
+// colour_rows.h, in a plain form and a SIMD form. The SIMD form runs the
+// forward, CMYK to YCCK and YCbCr/YCCK inverse rows by pairwise 16-bit
+// multiply-adds, and the columns those steps leave on 32-bit lanes.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/colour_image.cc"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
@@ -28,12 +28,14 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   int32_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
   if constexpr (kForwardMadd<In, F> && In::kKind == Kind::kInterleaved) {
-    // Each half's load reads 4 bytes a pixel: stop where the second one would
-    // pass the row.
+    // Each quarter's load reads 4 bytes a pixel: stop where the last one
+    // would pass the row.
     const PairLoader<In, decltype(d)> loader;
-    const auto order = HalvesInPixelOrder(d);
-    for (; x + 2 * lanes <= end && In::kPixelBytes * (x + lanes) + 4 * lanes <= In::kPixelBytes * width;
-         x += 2 * lanes) {
+    const auto order = BlocksInRowOrder(d);
+    const RowPrefetch prefetch(src, In::kPixelBytes * width);
+    for (; x + 4 * lanes <= end && In::kPixelBytes * (x + 3 * lanes) + 4 * lanes <= In::kPixelBytes * width;
+         x += 4 * lanes) {
+      prefetch.Step(In::kPixelBytes * x, In::kPixelBytes * 4 * lanes);
       ForwardPairsStep<In, Out, F>(loader, order, src, dst, x);
     }
   }
@@ -42,8 +44,14 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);
   }
   if constexpr (std::is_same_v<F, ForwardCmyk>) {
-    const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
-    for (; x + pairs <= end; x += pairs) CmykMaddStep<In, Out>(src, dst, x);
+    const hn::ScalableTag<uint32_t> du32;
+    const auto order = BlocksInRowOrder(du32);
+    // Four planes are four streams the hardware prefetcher keeps up with.
+    const RowPrefetch prefetch(src, In::kKind == Kind::kInterleaved ? 4 * width : 0);
+    for (; x + 4 * lanes <= end; x += 4 * lanes) {
+      prefetch.Step(4 * x, 16 * lanes);
+      CmykStep<In>(du32, order, src, dst, x);
+    }
   }
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));

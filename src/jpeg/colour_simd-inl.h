@@ -10,8 +10,10 @@
 #define VEK_JPEG_COLOUR_SIMD_INL_H_
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <array>
 #include <type_traits>
 
@@ -311,27 +313,184 @@ HWY_INLINE hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, h
   return hn::Add(Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, 0), hn::Set(d16, o.offset));
 }
 
-// CMYK to YCCK at scale 2^16 on pairs: the weights above 2^15 go in two
-// halves, (G', G') . (19235, 19235) for 38470 G' and (X, X) . (16384, 16384)
-// for 32768 X.
-template <class In, class Out>
-HWY_INLINE void CmykMaddStep(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
-  const hn::ScalableTag<int16_t> d16;
-  const hn::Rebind<uint8_t, decltype(d16)> d8;
-  hn::Vec<decltype(d8)> bytes[4];
-  if constexpr (In::kKind == colour::Kind::kInterleaved) {
-    LoadChannels<In>(d8, colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x, bytes);
-  } else {
-    for (int c = 0; c < 4; ++c) bytes[c] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x);
+// ---- Reading ahead ------------------------------------------------------------------
+
+// Software prefetch of an interleaved source row, 2 KiB ahead of the steps
+// and never past the row's last byte (none for rowBytes 0): one source read
+// by wide steps outruns the hardware prefetcher. The row's first 2 KiB are
+// asked for at once.
+class RowPrefetch {
+ public:
+  RowPrefetch(const colour::SrcRow& src, int32_t rowBytes) : row_(colour::Ptr<uint8_t>(src, 0)), rowBytes_(rowBytes) {
+    Lines(0, kAhead);
   }
-  const auto r = hn::PromoteTo(d16, hn::Not(bytes[0])), g = hn::PromoteTo(d16, hn::Not(bytes[1])),
-             b = hn::PromoteTo(d16, hn::Not(bytes[2]));
-  const hn::Vec<decltype(d8)> out[4] = {
-      hn::DemoteTo(d8, Dot2<16>(d16, r, b, 19595, 7471, g, g, 19235, 19235, 32768)),
-      hn::DemoteTo(d8, Dot2<16>(d16, r, g, -11059, -21709, b, b, 16384, 16384, 8421375)),
-      hn::DemoteTo(d8, Dot2<16>(d16, r, r, 16384, 16384, g, b, -27439, -5329, 8421375)), bytes[3]};
-  static_assert(Out::kKind == colour::Kind::kPlanes && Out::kChannels == 4);
-  for (int c = 0; c < 4; ++c) hn::StoreU(out[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
+  // The cache lines kAhead past bytes [offset, offset + bytes).
+  HWY_INLINE void Step(int32_t offset, int32_t bytes) const { Lines(offset + kAhead, offset + kAhead + bytes); }
+
+ private:
+  static constexpr int32_t kAhead = 2048, kLine = 64;
+  HWY_INLINE void Lines(int32_t from, int32_t to) const {
+    for (int32_t i = from; i < std::min(to, rowBytes_); i += kLine) hwy::Prefetch(row_ + i);
+  }
+  const uint8_t* row_;
+  int32_t rowBytes_;
+};
+
+// ---- Four vectors of pixels to one of bytes -----------------------------------------
+//
+// Four vectors of N pixels each in row order, narrowed block by block into
+// one vector of bytes, give block b the 4-byte groups of pixels 4b..4b+3 of
+// each vector in turn; one lane permutation puts the groups back in row order.
+
+// A lane permutation of 32-bit lanes.
+template <class D32>
+using LaneOrder = decltype(hn::SetTableIndices(hn::RebindToUnsigned<D32>(), static_cast<const uint32_t*>(nullptr)));
+
+// Lane 4b + j (block b, vector j) goes to lane (N / 4) j + b.
+template <class D32>
+LaneOrder<D32> BlocksInRowOrder(D32) {
+  const hn::RebindToUnsigned<D32> du32;
+  const size_t blocks = hn::Lanes(du32) / 4;
+  alignas(64) uint32_t idx[16] = {};
+  for (size_t b = 0; b < blocks; ++b) {
+    for (size_t j = 0; j < 4; ++j) idx[blocks * j + b] = static_cast<uint32_t>(4 * b + j);
+  }
+  return hn::SetTableIndices(du32, idx);
+}
+
+// Bytes gathered block by block from four vectors of pixels, in row order.
+template <class D8, class Order>
+HWY_INLINE hn::Vec<D8> InRowOrder(D8 d8, const Order& order, hn::Vec<D8> bytes) {
+  if (hn::Lanes(d8) == 16) return bytes;
+  const hn::Repartition<uint32_t, D8> du32;
+  return hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(du32, bytes), order));
+}
+
+// v[0..3], each lane within -32768..32767, saturated to bytes of type T
+// (uint8_t or int8_t), in row order.
+template <class T, class D32>
+HWY_INLINE hn::Vec<hn::Repartition<T, D32>> NarrowToBytes(D32 d32, const LaneOrder<D32>& order,
+                                                          const hn::Vec<D32> (&v)[4]) {
+  const hn::Repartition<int16_t, D32> d16;
+  const hn::Repartition<T, D32> d8;
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
+  // Highway has no two-input 16-to-8-bit narrowing; the x86 packs narrow
+  // block by block.
+  const auto lo = hn::ReorderDemote2To(d16, v[0], v[1]).raw, hi = hn::ReorderDemote2To(d16, v[2], v[3]).raw;
+#if HWY_TARGET <= HWY_AVX3
+  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm512_packs_epi16(lo, hi) : _mm512_packus_epi16(lo, hi)};
+#elif HWY_TARGET == HWY_AVX2
+  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm256_packs_epi16(lo, hi) : _mm256_packus_epi16(lo, hi)};
+#else
+  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm_packs_epi16(lo, hi) : _mm_packus_epi16(lo, hi)};
+#endif
+  return InRowOrder(d8, order, packed);
+#else
+  (void)order;
+  const hn::Half<decltype(d16)> dh16;
+  const hn::Half<decltype(d8)> dh8;
+  const auto lo = hn::Combine(d16, hn::DemoteTo(dh16, v[1]), hn::DemoteTo(dh16, v[0]));
+  const auto hi = hn::Combine(d16, hn::DemoteTo(dh16, v[3]), hn::DemoteTo(dh16, v[2]));
+  return hn::Combine(d8, hn::DemoteTo(dh8, hi), hn::DemoteTo(dh8, lo));
+#endif
+}
+
+// ---- CMYK to YCCK on 32-bit pixels ------------------------------------------------
+//
+// Each pixel is one 32-bit lane C | M << 8 | Y << 16 | K << 24. Masks and
+// shifts make the 16-bit pairs (C, Y) and (M, 1), and the inversion 255 - x
+// is folded into the weights, so each output is two multiply-adds (Y adds
+// the second one twice, for the M weight 38470 above 2^15):
+//   Y  = (C, Y) . (-19595, -7471) + 2 (M, 1) . (-19235, -16384) + 2^24
+//   Cb = (C, Y) . (11059, -32768) + (M, 1) . (21709, 32767) + 128 * 2^16
+//   Cr = (C, Y) . (-32768, 5329) + (M, 1) . (27439, 32767) + 128 * 2^16
+// Every sum of the plain form lies in 0 .. 2^24 - 1, so its result is byte 2
+// of the sum: leaving out 2^24 does not change that byte, and leaving out
+// 128 * 2^16 flips its top bit.
+
+// Y, Cb and Cr of the pixels, less 2^24 and 128 * 2^16 as above.
+template <class DU32>
+HWY_INLINE void CmykSums(DU32 du32, hn::Vec<DU32> px, hn::Vec<hn::Repartition<int32_t, DU32>> (&sums)[3]) {
+  const hn::Repartition<int16_t, DU32> d16;
+  const auto cy = hn::BitCast(d16, hn::And(px, hn::Set(du32, 0x00FF00FFu)));
+  const auto m1 = hn::BitCast(d16, hn::Or(hn::And(hn::ShiftRight<8>(px), hn::Set(du32, 0xFFu)), hn::Set(du32, 0x10000u)));
+  const auto halfM = PairDot(d16, m1, WeightPair(d16, -19235, -16384));
+  sums[0] = hn::Add(PairDot(d16, cy, WeightPair(d16, -19595, -7471)), hn::Add(halfM, halfM));
+  sums[1] = hn::Add(PairDot(d16, cy, WeightPair(d16, 11059, -32768)), PairDot(d16, m1, WeightPair(d16, 21709, 32767)));
+  sums[2] = hn::Add(PairDot(d16, cy, WeightPair(d16, -32768, 5329)), PairDot(d16, m1, WeightPair(d16, 27439, 32767)));
+}
+
+// 4x4 transposes of the 32-bit lanes within each 128-bit block: lane j of a
+// block of v[m] becomes lane m of that block of v[j].
+template <class DU32>
+HWY_INLINE void TransposeInBlocks(DU32 du32, hn::Vec<DU32> (&v)[4]) {
+  const hn::Repartition<uint64_t, DU32> du64;
+  const auto t0 = hn::BitCast(du64, hn::InterleaveLower(du32, v[0], v[1]));
+  const auto t1 = hn::BitCast(du64, hn::InterleaveUpper(du32, v[0], v[1]));
+  const auto t2 = hn::BitCast(du64, hn::InterleaveLower(du32, v[2], v[3]));
+  const auto t3 = hn::BitCast(du64, hn::InterleaveUpper(du32, v[2], v[3]));
+  v[0] = hn::BitCast(du32, hn::InterleaveLower(du64, t0, t2));
+  v[1] = hn::BitCast(du32, hn::InterleaveUpper(du64, t0, t2));
+  v[2] = hn::BitCast(du32, hn::InterleaveLower(du64, t1, t3));
+  v[3] = hn::BitCast(du32, hn::InterleaveUpper(du64, t1, t3));
+}
+
+// Byte kByte (2 or 3) of each 32-bit lane of v[0], v[1], v[2], v[3] as bytes
+// 0, 1, 2, 3 of that lane, by 16-bit and 8-bit blends.
+template <int kByte, class D32>
+HWY_INLINE hn::Vec<hn::Repartition<uint8_t, D32>> ByteOfLanes(D32, const hn::Vec<D32> (&v)[4]) {
+  const hn::RebindToUnsigned<D32> du32;
+  const hn::Repartition<uint16_t, D32> du16;
+  const hn::Repartition<uint8_t, D32> du8;
+  const auto upper = [&](int i, int j) {  // the upper halves of v[i] and v[j] as even and odd 16-bit lanes
+    return hn::OddEven(hn::BitCast(du16, v[j]), hn::BitCast(du16, hn::ShiftRight<16>(hn::BitCast(du32, v[i]))));
+  };
+  const auto even = upper(0, 2), odd = upper(1, 3);
+  if constexpr (kByte == 2) return hn::OddEven(hn::BitCast(du8, hn::ShiftLeft<8>(odd)), hn::BitCast(du8, even));
+  return hn::OddEven(hn::BitCast(du8, odd), hn::BitCast(du8, hn::ShiftRight<8>(even)));
+}
+
+// Pixels [x, x + 4N) of a CMYK row, N the 32-bit lane count, into the four
+// planes. Interleaved pixels are loaded a vector at a time, and their
+// outputs put back in row order (BlocksInRowOrder); planes are interleaved by
+// bytes, then by 16-bit lanes, which leaves the outputs in row order.
+template <class In, class DU32>
+HWY_INLINE void CmykStep(DU32 du32, const LaneOrder<DU32>& order, const colour::SrcRow& src,
+                         const colour::DstRow& dst, int32_t x) {
+  const hn::Repartition<uint8_t, DU32> du8;
+  const hn::Repartition<uint16_t, DU32> du16;
+  const auto n = static_cast<int32_t>(hn::Lanes(du32));
+  hn::Vec<DU32> px[4];
+  hn::Vec<decltype(du8)> out[4];
+  if constexpr (In::kKind == colour::Kind::kInterleaved) {
+    for (int j = 0; j < 4; ++j) px[j] = hn::BitCast(du32, hn::LoadU(du8, colour::Ptr<uint8_t>(src, 0) + 4 * (x + n * j)));
+  } else {
+    hn::Vec<decltype(du8)> planes[4];
+    for (int c = 0; c < 4; ++c) planes[c] = hn::LoadU(du8, colour::Ptr<uint8_t>(src, c) + x);
+    const auto bytePairs = [&](bool upper, int c) {  // planes c and c + 1 as 16-bit lanes
+      return hn::BitCast(du16, upper ? hn::InterleaveUpper(du8, planes[c], planes[c + 1])
+                                     : hn::InterleaveLower(du8, planes[c], planes[c + 1]));
+    };
+    for (int j = 0; j < 4; ++j) {
+      const auto cm = bytePairs(j >= 2, 0), yk = bytePairs(j >= 2, 2);
+      px[j] = hn::BitCast(du32, j % 2 ? hn::InterleaveUpper(du16, cm, yk) : hn::InterleaveLower(du16, cm, yk));
+    }
+    out[3] = planes[3];
+  }
+  TransposeInBlocks(du32, px);
+  const hn::Repartition<int32_t, DU32> d32;
+  hn::Vec<decltype(d32)> sums[4][3];
+  for (int j = 0; j < 4; ++j) CmykSums(du32, px[j], sums[j]);
+  const auto flip = hn::Set(du8, 0x80);
+  for (int c = 0; c < 3; ++c) {
+    const hn::Vec<decltype(d32)> v[4] = {sums[0][c], sums[1][c], sums[2][c], sums[3][c]};
+    out[c] = c == 0 ? ByteOfLanes<2>(d32, v) : hn::Xor(ByteOfLanes<2>(d32, v), flip);
+  }
+  if constexpr (In::kKind == colour::Kind::kInterleaved) {
+    out[3] = ByteOfLanes<3>(du32, px);
+    for (int c = 0; c < 4; ++c) out[c] = InRowOrder(du8, order, out[c]);
+  }
+  for (int c = 0; c < 4; ++c) hn::StoreU(out[c], du8, colour::Ptr<uint8_t>(dst, c) + x);
 }
 
 // ---- Interleaved bytes straight to multiply-add pairs ------------------------------
@@ -341,10 +500,6 @@ HWY_INLINE void CmykMaddStep(const colour::SrcRow& src, const colour::DstRow& ds
 // first moved four to a 128-bit block (pixels 4k..4k+3 are the 32-bit words
 // 3k..3k+2), then byte shuffles within each block widen the channels. One
 // vector load serves N pixels, so it reads 4N bytes.
-
-// A lane permutation of 32-bit lanes.
-template <class D32>
-using LaneOrder = decltype(hn::SetTableIndices(hn::RebindToUnsigned<D32>(), static_cast<const uint32_t*>(nullptr)));
 
 template <class In, class D32>
 struct PairLoader {
@@ -382,51 +537,37 @@ struct PairLoader {
   }
 };
 
-// Interleaved pixels [x, x + 2N) of a row into Out::kChannels planes: each
-// output of the two halves by two multiply-adds per lane, narrowed to 16 bits
-// (which interleaves the halves block by block), put back in pixel order and
-// narrowed to bytes.
+// Interleaved pixels [x, x + 4N) of a row into Out::kChannels planes: each
+// output by two multiply-adds per lane, shifted and narrowed to bytes; an
+// output with the chroma offset 128 is narrowed to signed bytes and gets the
+// offset by a flip of their top bit.
 template <class In, class Out, class F, class D32>
 HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOrder<D32>& order,
                                  const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
   using D16 = typename PairLoader<In, D32>::D16;
   const D32 d32;
   const D16 d16;
-  const hn::Rebind<uint8_t, D16> d8;
-  const hn::RebindToUnsigned<D32> du;
+  const hn::Repartition<uint8_t, D32> du8;
   const auto n = static_cast<int32_t>(hn::Lanes(d32));
   const uint8_t* p = colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x;
-  hn::Vec<D16> rg[2], b[2];
-  loader.Load(p, rg[0], b[0]);
-  loader.Load(p + In::kPixelBytes * n, rg[1], b[1]);
+  hn::Vec<D16> rg[4], b[4];
+  for (int j = 0; j < 4; ++j) loader.Load(p + In::kPixelBytes * n * j, rg[j], b[j]);
   constexpr MaddFormula f = MaddOf<F>();
   for (int c = 0; c < Out::kChannels; ++c) {
     const MaddOutput& o = f.out[c];
     const auto wrg = WeightPair(d16, o.wr, o.wg), wb = WeightPair(d16, o.wb, o.c);
-    hn::Vec<D32> sum[2];
-    for (int h = 0; h < 2; ++h) {
-      const auto s = hn::Add(PairDot(d16, rg[h], wrg), PairDot(d16, b[h], wb));
-      sum[h] = f.shift == 15 ? hn::ShiftRight<15>(s) : hn::ShiftRight<14>(s);
+    hn::Vec<D32> sum[4];
+    for (int j = 0; j < 4; ++j) {
+      const auto s = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, b[j], wb));
+      sum[j] = f.shift == 15 ? hn::ShiftRight<15>(s) : hn::ShiftRight<14>(s);
     }
-    const auto blocked = hn::BitCast(du, hn::ReorderDemote2To(d16, sum[0], sum[1]));
-    const auto v = hn::Add(hn::BitCast(d16, hn::TableLookupLanes(blocked, order)), hn::Set(d16, o.offset));
-    hn::StoreU(hn::DemoteTo(d8, v), d8, colour::Ptr<uint8_t>(dst, c) + x);
+    uint8_t* out = colour::Ptr<uint8_t>(dst, c) + x;
+    if (o.offset == 0) {
+      hn::StoreU(NarrowToBytes<uint8_t>(d32, order, sum), du8, out);
+    } else {
+      hn::StoreU(hn::Xor(hn::BitCast(du8, NarrowToBytes<int8_t>(d32, order, sum)), hn::Set(du8, 0x80)), du8, out);
+    }
   }
-}
-
-// The lane order that undoes the block interleave of ReorderDemote2To: its
-// 64-bit lane 2k + h holds pixels 4k..4k+3 of half h.
-template <class D32>
-LaneOrder<D32> HalvesInPixelOrder(D32) {
-  const hn::RebindToUnsigned<D32> du;
-  const auto lanes = hn::Lanes(du);
-  const size_t groups = lanes / 2, perHalf = groups / 2;
-  alignas(64) uint32_t idx[16] = {};
-  for (size_t i = 0; i < lanes; ++i) {
-    const size_t q = i / 2, h = q / perHalf, k = q % perHalf;
-    idx[i] = static_cast<uint32_t>(2 * (2 * k + h) + i % 2);
-  }
-  return hn::SetTableIndices(du, idx);
 }
 
 // Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
