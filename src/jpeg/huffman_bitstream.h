@@ -33,9 +33,9 @@ inline uint32_t ExtraBits(int32_t v, int category) {
 
 // The value of `category` received bits (1..15): a top bit of 0 means
 // negative. Without a branch: signs are as good as random.
-inline int32_t Extend(uint32_t bits, int category) {
-  const uint32_t negative = ((bits >> (category - 1)) & 1u) ^ 1u;
-  return static_cast<int32_t>(bits - (LowMask(category) & (0u - negative)));
+inline int32_t Extend(uint32_t bits, int category) {  // bits < 2^category
+  const uint32_t positive = bits >> (category - 1);    // the top bit
+  return static_cast<int32_t>(bits - (LowMask(category) & (positive - 1u)));
 }
 
 // 16-bit wrap-around arithmetic on coefficients, written out as such.

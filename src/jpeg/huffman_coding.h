@@ -395,7 +395,7 @@ template <class Reader>
   int symbol = 0;
   if (VekStatus st = DecodeSymbol(reader, dc, symbol)) return st;
   int32_t diff = 0;
-  if (const int s = symbol & 15; s != 0) {
+  if (const int s = symbol & 15; s != 0) [[likely]] {
     if (VekStatus st = ReceiveValue(reader, s, diff)) return st;
   }
   lastDc = Wrap16(lastDc + diff);
@@ -414,7 +414,7 @@ template <class Reader>
     int32_t v = 0;
     if (VekStatus st = ReceiveValue(reader, s, v)) return st;
     k += run;
-    block[kZigzagToNatural[k]] = static_cast<int16_t>(v);
+    block[kZigzagToNatural[static_cast<uint32_t>(k)]] = static_cast<int16_t>(v);
     ++k;
   }
   end = 64;
