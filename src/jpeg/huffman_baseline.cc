@@ -20,7 +20,23 @@ HWY_BEFORE_NAMESPACE();
 namespace vek::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
+// The category mask and the extra bits of the values in v: all bits below
+// the top bit of |v|, and v (v - 1 when negative) cut to them.
+template <class D>
+HWY_INLINE void TermsOf(D, hn::Vec<D> v, uint16_t* categoryMask, uint16_t* extra) {
+  const hn::RebindToUnsigned<D> du;
+  const auto magnitude = hn::BitCast(du, hn::Abs(v));
+  auto below = hn::Or(magnitude, hn::ShiftRight<1>(magnitude));
+  below = hn::Or(below, hn::ShiftRight<2>(below));
+  below = hn::Or(below, hn::ShiftRight<4>(below));
+  below = hn::Or(below, hn::ShiftRight<8>(below));
+  hn::StoreU(below, du, categoryMask);
+  hn::StoreU(hn::And(hn::BitCast(du, hn::Add(v, hn::ShiftRight<15>(v))), below), du, extra);
+}
+
 #if HWY_TARGET == HWY_AVX3
+using BlockTerms = ZigzagTerms;
+
 // kZigzagToNatural as 16-bit lane indices.
 alignas(64) inline constexpr auto kZigzagLanes = [] {
   std::array<uint16_t, 64> lanes{};
@@ -30,9 +46,8 @@ alignas(64) inline constexpr auto kZigzagLanes = [] {
 
 // The block's terms in zig-zag order, 32 lanes at a time: both halves of the
 // block are the table of a two-source lane permutation (Highway has no
-// 16-bit one here). All bits below the top bit of |v| form the mask of the
-// extra bits.
-HWY_ATTR void ZigzagTermsOf(const int16_t* block, ZigzagTerms& terms) {
+// 16-bit one here), which the coder then reads in order.
+HWY_ATTR void TermsOfBlock(const int16_t* block, BlockTerms& terms) {
   const hn::ScalableTag<int16_t> d;
   const hn::RebindToUnsigned<decltype(d)> du;
   const auto low = hn::LoadU(d, block).raw, high = hn::LoadU(d, block + 32).raw;
@@ -40,31 +55,37 @@ HWY_ATTR void ZigzagTermsOf(const int16_t* block, ZigzagTerms& terms) {
   for (std::size_t h = 0; h < 2; ++h) {
     const auto lanes = hn::BitCast(d, hn::Load(du, kZigzagLanes.data() + 32 * h)).raw;
     const hn::Vec<decltype(d)> v{_mm512_permutex2var_epi16(low, lanes, high)};
-    const auto magnitude = hn::BitCast(du, hn::Abs(v));
-    auto below = hn::Or(magnitude, hn::ShiftRight<1>(magnitude));
-    below = hn::Or(below, hn::ShiftRight<2>(below));
-    below = hn::Or(below, hn::ShiftRight<4>(below));
-    below = hn::Or(below, hn::ShiftRight<8>(below));
-    const auto extra = hn::And(hn::BitCast(du, hn::Add(v, hn::ShiftRight<15>(v))), below);
-    hn::StoreU(below, du, terms.categoryMask + 32 * h);
-    hn::StoreU(extra, du, terms.extra + 32 * h);
+    TermsOf(d, v, terms.categoryMask + 32 * h, terms.extra + 32 * h);
     terms.nonzero |= uint64_t{_mm512_test_epi16_mask(v.raw, v.raw)} << (32 * h);
   }
 }
+#elif HWY_TARGET != HWY_SCALAR
+using BlockTerms = NaturalTerms;
 
+// The block's terms in its own order; the coder looks each position up.
+HWY_ATTR void TermsOfBlock(const int16_t* block, BlockTerms& terms) {
+  const hn::ScalableTag<int16_t> d;
+  for (std::size_t i = 0; i < 64; i += hn::Lanes(d)) {
+    TermsOf(d, hn::LoadU(d, block + i), terms.categoryMask + i, terms.extra + i);
+  }
+  terms.nonzero = ZigzagNonzeroMask(block);
+}
+#endif
+
+#if HWY_TARGET == HWY_SCALAR
+VekStatus CodeBlockFast(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
+                        const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
+  return CodeBlockFastScalar(block, lastDc, dc, ac, dst, pos, state);
+}
+#else
 HWY_ATTR VekStatus CodeBlockFast(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
                                  const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
-  ZigzagTerms terms;
-  ZigzagTermsOf(block, terms);
+  BlockTerms terms;
+  TermsOfBlock(block, terms);
   return RunAndFinish(FastStuffingWriter(dst, pos, state), [&](FastStuffingWriter& writer) {
     CodeSink sink(writer, dc, ac);
     return CodeBlock(sink, block, terms, lastDc);
   });
-}
-#else
-VekStatus CodeBlockFast(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
-                        const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
-  return CodeBlockFastScalar(block, lastDc, dc, ac, dst, pos, state);
 }
 #endif
 

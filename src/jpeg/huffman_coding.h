@@ -181,21 +181,26 @@ class BlockAcTerms {
   uint64_t nonzero_;
 };
 
-// The same terms worked out beforehand for the whole block (by a SIMD form):
-// for each zig-zag position, the mask of its extra bits (every bit below the
-// top bit of |v|, so that its bit count is the category) and the extra bits.
-struct ZigzagTerms {
+// The same terms worked out beforehand for the whole block (by a SIMD form),
+// in zig-zag order or in the block's own order: for each position, the mask
+// of its extra bits (every bit below the top bit of |v|, so that its bit
+// count is the category) and the extra bits.
+template <bool kInZigzagOrder>
+struct PrecomputedTerms {
   uint16_t categoryMask[64];  // -32768 gives 0xFFFF: category 16
   uint16_t extra[64];
-  uint64_t nonzero;
+  uint64_t nonzero;           // in zig-zag order
 
+  static uint32_t At(uint32_t k) { return kInZigzagOrder ? k : kZigzagToNatural[k]; }
   uint64_t Nonzero() const { return nonzero; }
-  int Category(uint32_t k) const { return std::popcount(categoryMask[k]); }
+  int Category(uint32_t k) const { return std::popcount(categoryMask[At(k)]); }
   template <class Sink>
   VekStatus Code(Sink& sink, int run, uint32_t k, int category) const {
-    return sink.AcExtra(run, extra[k], category);
+    return sink.AcExtra(run, extra[At(k)], category);
   }
 };
+using ZigzagTerms = PrecomputedTerms<true>;
+using NaturalTerms = PrecomputedTerms<false>;
 
 // A baseline block: the DC difference against lastDc (updated first), then
 // the AC run/size symbols in zig-zag order and end of block.
