@@ -123,6 +123,8 @@ class DctDecoder {
     for (const FrameComponent& c : frame.components) {
       if (frame.MaxH() % c.h || frame.MaxV() % c.v) Corrupt("unsupported sampling factors");
     }
+    const FrameComponent& first = frame.components[0];
+    if (first.h != frame.MaxH() || first.v != frame.MaxV()) Corrupt("a first component sampled below the others");
     const int channels = frame.components.size() == 1 ? 1 : 3;
     image_ = Image{frame.width, frame.height, channels, Pixels(static_cast<std::size_t>(frame.width) * frame.height * channels)};
   }
@@ -233,8 +235,11 @@ class DctDecoder {
       return;
     }
     const int wide = planes_[0].width;
-    ChromaRows cb(planes_[1], wide / planes_[1].width, frame_.MaxV() / frame_.components[1].v, wide);
-    ChromaRows cr(planes_[2], wide / planes_[2].width, frame_.MaxV() / frame_.components[2].v, wide);
+    const auto chroma = [&](int c) {
+      const FrameComponent& fc = frame_.components[static_cast<std::size_t>(c)];
+      return ChromaRows(planes_[static_cast<std::size_t>(c)], frame_.MaxH() / fc.h, frame_.MaxV() / fc.v, wide);
+    };
+    ChromaRows cb = chroma(1), cr = chroma(2);
     for (int y = from; y < to; ++y) {
       const Vek8u* src[3] = {planes_[0].Row(y - top), cb.Row(y - top), cr.Row(y - top)};
       uint8_t* out = image_.pixels.data() + static_cast<std::size_t>(y) * frame_.width * 3;

@@ -259,6 +259,22 @@ TEST(CodecRobustness, TruncatedAndCorruptFilesFailCleanly) {
   }
 }
 
+// A 4:2:0 file whose frame header gives the chroma the luma's sampling
+// factors and the luma the chroma's: the decoder refuses a first component
+// sampled below the others.
+TEST(CodecRobustness, FirstComponentSampledBelowTheOthersIsRefused) {
+  EncodeOptions o;
+  o.subsampling = Subsampling::k420;
+  std::vector<uint8_t> jpeg = Encode(Crop(Water(), 0, 0, 32, 32, 3), o);
+  const std::array<uint8_t, 2> sofMarker = {0xFF, 0xC0};
+  const auto sof = std::search(jpeg.begin(), jpeg.end(), sofMarker.begin(), sofMarker.end());
+  ASSERT_NE(sof, jpeg.end());
+  const auto factors = [&](int c) -> uint8_t& { return *(sof + 11 + 3 * c); };  // after FF C0, length, P, Y, X, Nf
+  ASSERT_EQ(factors(0), 0x22);
+  std::swap(factors(0), factors(1));
+  EXPECT_THROW(Decode(jpeg.data(), jpeg.size()), std::runtime_error);
+}
+
 TEST(CodecRobustness, TheToolExitsWithAnErrorOnDamagedFiles) {
   Scratch scratch;
   const Image picture = Crop(Water(), 0, 0, 40, 24, 3);
