@@ -13,8 +13,9 @@
 #pragma once
 
 #include <hwy/highway.h>
-#include <atomic>
 #include <hwy/targets.h>
+
+#include <atomic>
 
 namespace vek {
 
