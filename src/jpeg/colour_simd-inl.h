@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <type_traits>
+#include <utility>
 
 #include "jpeg/colour_groups.h"
 #include "jpeg/colour_rows.h"
@@ -228,32 +229,66 @@ HWY_INLINE VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
 
 // ---- Forward formulas on 16-bit pairs ------------------------------------------------
 //
-// The forward 8-bit formulas as two pairwise 16-bit multiply-adds per output:
-// (R, G) . (wR, wG) + (B, 1) . (wB, c), shifted, plus `offset`: c is the
-// part of the constant below the scale, offset the multiple of the scale (the
-// chroma offset 128), added after narrowing to 16 bits. Pixels are paired
-// with their neighbours by interleaving the lower and the upper lanes of each
-// 128-bit block; narrowing the two halves back block by block restores the
-// pixel order.
+// Each output of the forward 8-bit formulas is two pairwise 16-bit
+// multiply-adds, (R, G) . (wR, wG) + (B, 2) . (wB, c), whose sum holds the
+// output byte as (sum >> shift) XOR flip, saturated to a signed byte where
+// flip is not 0 and to an unsigned one where it is:
+//  - luma keeps the plain form's scale, weights and constant (2c);
+//  - chroma v = (S + k) >> s moves to scale 2^16 with its weights negated
+//    (at 2^16 the weight of R or B would be 32768): 2^24 - 1 - 2^(16-s) (S + k)
+//    has 255 - v in bits 16-23, and without 2^23 its upper half is 127 - v,
+//    which the signed saturation and XOR 0x7F turn back into v, saturated as
+//    in the plain form.
+// Where all weights are even the sums are even, so a constant's lowest bit
+// never changes where they cross a multiple of the scale: 2c drops it.
+// In the 16-bit steps pixels are paired with their neighbours by
+// interleaving the lower and the upper lanes of each 128-bit block;
+// narrowing the two halves back block by block restores the pixel order.
 
 #if HWY_TARGET != HWY_SCALAR
 
+inline constexpr int16_t kPairConstant = 2;
+
 struct MaddOutput {
-  int16_t wr, wg, wb, c, offset;
+  int16_t wr, wg, wb, c;
+  int shift;
+  uint8_t flip;
 };
 struct MaddFormula {
   MaddOutput out[3];
-  int shift;
 };
 
-inline constexpr MaddFormula kMadd15 = {
-    {{9798, 19235, 3736, 16266, 0}, {-5529, -10855, 16384, 16384, 128}, {16384, -13720, -2664, 16400, 128}},
-    15};
+// The plain form's (wr R + wg G + wb B + k) >> scale.
+struct PlainOutput {
+  int32_t wr, wg, wb, k;
+};
+
+constexpr bool FitsPairs(int32_t wr, int32_t wg, int32_t wb, int32_t k) {
+  const auto fits = [](int32_t v) { return v >= -32768 && v <= 32767; };
+  const bool constantExact = k % 2 == 0 || (wr | wg | wb) % 2 == 0;
+  return fits(wr) && fits(wg) && fits(wb) && fits(k >> 1) && constantExact;
+}
+
+constexpr MaddOutput LumaMadd(PlainOutput p, int scale) {
+  if (!FitsPairs(p.wr, p.wg, p.wb, p.k)) throw "luma weights do not fit 16-bit pairs";
+  return {static_cast<int16_t>(p.wr), static_cast<int16_t>(p.wg), static_cast<int16_t>(p.wb),
+          static_cast<int16_t>(p.k >> 1), scale, 0};
+}
+
+constexpr MaddOutput ChromaMadd(PlainOutput p, int scale) {
+  const int32_t m = 1 << (16 - scale);
+  const int32_t wr = -m * p.wr, wg = -m * p.wg, wb = -m * p.wb, k = (1 << 23) - 1 - m * p.k;
+  if (!FitsPairs(wr, wg, wb, k)) throw "chroma weights do not fit 16-bit pairs";
+  return {static_cast<int16_t>(wr), static_cast<int16_t>(wg), static_cast<int16_t>(wb), static_cast<int16_t>(k >> 1),
+          16, 0x7F};
+}
+
+inline constexpr MaddFormula kMadd15 = {{LumaMadd({9798, 19235, 3736, 16266}, 15),
+                                         ChromaMadd({-5529, -10855, 16384, 4210688}, 15),
+                                         ChromaMadd({16384, -13720, -2664, 4210704}, 15)}};
 constexpr MaddFormula Madd14(colour::CbWeights cb) {
-  return {{{4899, 9617, 1868, 8192, 0},
-           {static_cast<int16_t>(cb.r), static_cast<int16_t>(cb.g), 8192, 8192, 128},
-           {8192, -6860, -1332, 8192, 128}},
-          14};
+  return {{LumaMadd({4899, 9617, 1868, 8192}, 14), ChromaMadd({cb.r, cb.g, 8192, 2105344}, 14),
+           ChromaMadd({8192, -6860, -1332, 2105344}, 14)}};
 }
 
 // Which forward kernels take this path: RGB sources (not CMYK).
@@ -291,26 +326,24 @@ HWY_INLINE hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, h
   return hn::RearrangeToOddPlusEven(even, odd);
 }
 
-// ((a1, b1) . (wa1, wb1) + (a2, b2) . (wa2, wb2) + k) >> kShift for 16-bit
-// lanes, narrowed to 16 bits in lane order.
-template <int kShift, class D16>
-HWY_INLINE hn::Vec<D16> Dot2(D16 d16, hn::Vec<D16> a1, hn::Vec<D16> b1, int16_t wa1, int16_t wb1, hn::Vec<D16> a2,
-                  hn::Vec<D16> b2, int16_t wa2, int16_t wb2, int32_t k) {
+// Output kC of formula F for the 16-bit pixels r, g, b, as bytes in pixel
+// order.
+template <class F, int kC, class D16>
+HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D16>> ForwardBytes(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b) {
+  constexpr MaddOutput o = MaddOf<F>().out[kC];
   const hn::Repartition<int32_t, D16> d32;
-  const auto w1 = WeightPair(d16, wa1, wb1), w2 = WeightPair(d16, wa2, wb2);
-  const auto kk = hn::Set(d32, k);
-  const auto lo = hn::Add(hn::Add(PairDot(d16, hn::InterleaveLower(d16, a1, b1), w1),
-                                  PairDot(d16, hn::InterleaveLower(d16, a2, b2), w2)), kk);
-  const auto hi = hn::Add(hn::Add(PairDot(d16, hn::InterleaveUpper(d16, a1, b1), w1),
-                                  PairDot(d16, hn::InterleaveUpper(d16, a2, b2), w2)), kk);
-  return hn::ReorderDemote2To(d16, hn::ShiftRight<kShift>(lo), hn::ShiftRight<kShift>(hi));
-}
-
-// One output of a forward formula for the 16-bit pixels r, g, b, narrowed to
-// 16 bits in pixel order.
-template <int kShift, class D16>
-HWY_INLINE hn::Vec<D16> ForwardOutput(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b, const MaddOutput& o) {
-  return hn::Add(Dot2<kShift>(d16, r, g, o.wr, o.wg, b, hn::Set(d16, 1), o.wb, o.c, 0), hn::Set(d16, o.offset));
+  const auto wrg = WeightPair(d16, o.wr, o.wg), wbc = WeightPair(d16, o.wb, o.c);
+  const auto k = hn::Set(d16, kPairConstant);
+  const auto sum = [&](hn::Vec<D16> rg, hn::Vec<D16> bk) {
+    return hn::ShiftRight<o.shift>(hn::Add(PairDot(d16, rg, wrg), PairDot(d16, bk, wbc)));
+  };
+  const auto lo = sum(hn::InterleaveLower(d16, r, g), hn::InterleaveLower(d16, b, k));
+  const auto hi = sum(hn::InterleaveUpper(d16, r, g), hn::InterleaveUpper(d16, b, k));
+  const auto v = hn::ReorderDemote2To(d16, lo, hi);
+  if constexpr (o.flip == 0) return hn::DemoteTo(hn::Rebind<uint8_t, D16>(), v);
+  const hn::Rebind<int8_t, D16> di8;
+  const hn::Rebind<uint8_t, D16> du8;
+  return hn::Xor(hn::BitCast(du8, hn::DemoteTo(di8, v)), hn::Set(du8, o.flip));
 }
 
 // ---- Reading ahead ------------------------------------------------------------------
@@ -366,31 +399,52 @@ HWY_INLINE hn::Vec<D8> InRowOrder(D8 d8, const Order& order, hn::Vec<D8> bytes) 
   return hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(du32, bytes), order));
 }
 
-// v[0..3], each lane within -32768..32767, saturated to bytes of type T
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
+// Two vectors of 16-bit lanes saturated to bytes of type T (uint8_t or
+// int8_t) block by block: Highway has no two-input 16-to-8-bit narrowing, the
+// x86 packs do it.
+template <class T, class D16>
+HWY_INLINE hn::Vec<hn::Repartition<T, D16>> PackBlocks(D16, hn::Vec<D16> lo, hn::Vec<D16> hi) {
+#if HWY_TARGET <= HWY_AVX3
+  return {hwy::IsSigned<T>() ? _mm512_packs_epi16(lo.raw, hi.raw) : _mm512_packus_epi16(lo.raw, hi.raw)};
+#elif HWY_TARGET == HWY_AVX2
+  return {hwy::IsSigned<T>() ? _mm256_packs_epi16(lo.raw, hi.raw) : _mm256_packus_epi16(lo.raw, hi.raw)};
+#else
+  return {hwy::IsSigned<T>() ? _mm_packs_epi16(lo.raw, hi.raw) : _mm_packus_epi16(lo.raw, hi.raw)};
+#endif
+}
+#endif
+
+// v[0..3] >> kShift, each within -32768..32767, saturated to bytes of type T
 // (uint8_t or int8_t), in row order.
-template <class T, class D32>
+template <class T, int kShift, class D32>
 HWY_INLINE hn::Vec<hn::Repartition<T, D32>> NarrowToBytes(D32 d32, const LaneOrder<D32>& order,
                                                           const hn::Vec<D32> (&v)[4]) {
   const hn::Repartition<int16_t, D32> d16;
   const hn::Repartition<T, D32> d8;
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
-  // Highway has no two-input 16-to-8-bit narrowing; the x86 packs narrow
-  // block by block.
-  const auto lo = hn::ReorderDemote2To(d16, v[0], v[1]).raw, hi = hn::ReorderDemote2To(d16, v[2], v[3]).raw;
 #if HWY_TARGET <= HWY_AVX3
-  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm512_packs_epi16(lo, hi) : _mm512_packus_epi16(lo, hi)};
-#elif HWY_TARGET == HWY_AVX2
-  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm256_packs_epi16(lo, hi) : _mm256_packus_epi16(lo, hi)};
-#else
-  const hn::Vec<decltype(d8)> packed{hwy::IsSigned<T>() ? _mm_packs_epi16(lo, hi) : _mm_packus_epi16(lo, hi)};
-#endif
-  return InRowOrder(d8, order, packed);
+  // Without shifts down: bits kShift.. of each lane moved to its upper half,
+  // whose two-table permute (ConcatOdd) gathers two vectors' upper halves in
+  // lane order. The pack leaves block b with the eighths b and b + 4 of the
+  // row: one 64-bit lane permutation puts them in order.
+  (void)order;
+  const auto upper = [&](int j) { return hn::BitCast(d16, hn::ShiftLeft<16 - kShift>(v[j])); };
+  const auto packed =
+      PackBlocks<T>(d16, hn::ConcatOdd(d16, upper(1), upper(0)), hn::ConcatOdd(d16, upper(3), upper(2)));
+  const hn::Repartition<uint64_t, D32> du64;
+  alignas(64) static constexpr uint64_t kEighths[8] = {0, 2, 4, 6, 1, 3, 5, 7};
+  return hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(du64, packed), hn::SetTableIndices(du64, kEighths)));
+#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
+  const auto narrow = [&](int j) {
+    return hn::ReorderDemote2To(d16, hn::ShiftRight<kShift>(v[j]), hn::ShiftRight<kShift>(v[j + 1]));
+  };
+  return InRowOrder(d8, order, PackBlocks<T>(d16, narrow(0), narrow(2)));
 #else
   (void)order;
   const hn::Half<decltype(d16)> dh16;
   const hn::Half<decltype(d8)> dh8;
-  const auto lo = hn::Combine(d16, hn::DemoteTo(dh16, v[1]), hn::DemoteTo(dh16, v[0]));
-  const auto hi = hn::Combine(d16, hn::DemoteTo(dh16, v[3]), hn::DemoteTo(dh16, v[2]));
+  const auto half = [&](int j) { return hn::DemoteTo(dh16, hn::ShiftRight<kShift>(v[j])); };
+  const auto lo = hn::Combine(d16, half(1), half(0)), hi = hn::Combine(d16, half(3), half(2));
   return hn::Combine(d8, hn::DemoteTo(dh8, hi), hn::DemoteTo(dh8, lo));
 #endif
 }
@@ -496,7 +550,7 @@ HWY_INLINE void CmykStep(DU32 du32, const LaneOrder<DU32>& order, const colour::
 // ---- Interleaved bytes straight to multiply-add pairs ------------------------------
 //
 // N interleaved pixels (N the 32-bit lane count) become one 32-bit lane each,
-// as the 16-bit pairs (R, G) and (B, 1), in pixel order: 3-byte pixels are
+// as the 16-bit pairs (R, G) and (B, 2), in pixel order: 3-byte pixels are
 // first moved four to a 128-bit block (pixels 4k..4k+3 are the 32-bit words
 // 3k..3k+2), then byte shuffles within each block widen the channels. One
 // vector load serves N pixels, so it reads 4N bytes.
@@ -505,42 +559,72 @@ template <class In, class D32>
 struct PairLoader {
   using D8 = hn::Repartition<uint8_t, D32>;
   using D16 = hn::Repartition<int16_t, D32>;
+  // AVX-512 moves 3-byte pixels by a two-table permute whose second table
+  // gives each block a fourth word of constant bytes, so that the shuffle
+  // takes the 2 of (B, 2) from there.
+  static constexpr bool kConstantInBlock = HWY_TARGET <= HWY_AVX3 && In::kPixelBytes == 3;
   LaneOrder<D32> blocks;
   hn::Vec<D8> rg, b;
-  hn::Vec<D32> one;
+  hn::Vec<D32> constant;
 
   // Byte k of block j of the shuffle: channel `first` (and `second`, -1 for
-  // none) of pixel k / 4 as the low bytes of 16-bit lanes, 0x80 for zero.
+  // the constant) of pixel k / 4 as the low bytes of 16-bit lanes, 0x80 for
+  // zero.
   static hn::Vec<D8> Shuffle(int first, int second) {
     alignas(16) uint8_t idx[16];
     for (int k = 0; k < 16; ++k) {
-      const int channel = k % 4 == 0 ? first : k % 4 == 2 ? second : -1;
-      idx[k] = static_cast<uint8_t>(channel < 0 ? 0x80 : In::kPixelBytes * (k / 4) + In::kOffset[channel]);
+      const int channel = k % 4 == 0 ? first : k % 4 == 2 ? second : -2;
+      idx[k] = static_cast<uint8_t>(channel >= 0 ? In::kPixelBytes * (k / 4) + In::kOffset[channel]
+                                    : channel == -1 && kConstantInBlock ? 12 : 0x80);
     }
     return hn::LoadDup128(D8(), idx);
   }
   static LaneOrder<D32> Blocks() {
     const hn::RebindToUnsigned<D32> du;
     alignas(64) uint32_t idx[16] = {};
-    for (size_t i = 0; i < hn::Lanes(du); ++i) idx[i] = static_cast<uint32_t>(3 * (i / 4) + std::min<size_t>(i % 4, 2));
+    for (size_t i = 0; i < hn::Lanes(du); ++i) {
+      idx[i] = static_cast<uint32_t>(i % 4 == 3 && kConstantInBlock ? hn::Lanes(du) : 3 * (i / 4) + std::min<size_t>(i % 4, 2));
+    }
+#if HWY_TARGET <= HWY_AVX3
+    if constexpr (kConstantInBlock) return {hn::Load(du, idx).raw};  // indices of the second table
+#endif
     return hn::SetTableIndices(du, idx);
   }
-  PairLoader() : blocks(Blocks()), rg(Shuffle(0, 1)), b(Shuffle(2, -1)), one(hn::Set(D32(), 1 << 16)) {}
+  PairLoader()
+      : blocks(Blocks()),
+        rg(Shuffle(0, 1)),
+        b(Shuffle(2, -1)),
+        constant(hn::Set(D32(), kConstantInBlock ? 0x01010101 * kPairConstant : kPairConstant << 16)) {}
 
   HWY_INLINE void Load(const uint8_t* p, hn::Vec<D16>& rgPairs, hn::Vec<D16>& bPairs) const {
     const D32 d32;
     const hn::RebindToUnsigned<D32> du;
     auto bytes = hn::LoadU(D8(), p);
-    if constexpr (In::kPixelBytes == 3) bytes = hn::BitCast(D8(), hn::TableLookupLanes(hn::BitCast(du, bytes), blocks));
+#if HWY_TARGET <= HWY_AVX3
+    if constexpr (kConstantInBlock) {
+      bytes = hn::BitCast(D8(), hn::Vec<D32>{_mm512_permutex2var_epi32(hn::BitCast(d32, bytes).raw, blocks.raw,
+                                                                         constant.raw)});
+    }
+#endif
+    if constexpr (In::kPixelBytes == 3 && !kConstantInBlock) {
+      bytes = hn::BitCast(D8(), hn::TableLookupLanes(hn::BitCast(du, bytes), blocks));
+    }
     rgPairs = hn::BitCast(D16(), hn::TableLookupBytesOr0(bytes, rg));
-    bPairs = hn::BitCast(D16(), hn::Or(hn::BitCast(d32, hn::TableLookupBytesOr0(bytes, b)), one));
+    bPairs = hn::BitCast(D16(), hn::TableLookupBytesOr0(bytes, b));
+    if constexpr (!kConstantInBlock) bPairs = hn::BitCast(D16(), hn::Or(hn::BitCast(d32, bPairs), constant));
   }
 };
 
+// f(integral_constant<int, 0>), ..., f(integral_constant<int, kN - 1>):
+// formula outputs as constants.
+template <int kN, class Fn>
+HWY_INLINE void ForEachOutput(const Fn& f) {
+  [&]<int... kC>(std::integer_sequence<int, kC...>) { (f(std::integral_constant<int, kC>()), ...); }(
+      std::make_integer_sequence<int, kN>());
+}
+
 // Interleaved pixels [x, x + 4N) of a row into Out::kChannels planes: each
-// output by two multiply-adds per lane, shifted and narrowed to bytes; an
-// output with the chroma offset 128 is narrowed to signed bytes and gets the
-// offset by a flip of their top bit.
+// output by two multiply-adds per lane, narrowed to bytes.
 template <class In, class Out, class F, class D32>
 HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOrder<D32>& order,
                                  const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
@@ -552,22 +636,19 @@ HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOr
   const uint8_t* p = colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x;
   hn::Vec<D16> rg[4], b[4];
   for (int j = 0; j < 4; ++j) loader.Load(p + In::kPixelBytes * n * j, rg[j], b[j]);
-  constexpr MaddFormula f = MaddOf<F>();
-  for (int c = 0; c < Out::kChannels; ++c) {
-    const MaddOutput& o = f.out[c];
-    const auto wrg = WeightPair(d16, o.wr, o.wg), wb = WeightPair(d16, o.wb, o.c);
+  ForEachOutput<Out::kChannels>([&](auto c) {
+    constexpr MaddOutput o = MaddOf<F>().out[c];
+    const auto wrg = WeightPair(d16, o.wr, o.wg), wbc = WeightPair(d16, o.wb, o.c);
     hn::Vec<D32> sum[4];
-    for (int j = 0; j < 4; ++j) {
-      const auto s = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, b[j], wb));
-      sum[j] = f.shift == 15 ? hn::ShiftRight<15>(s) : hn::ShiftRight<14>(s);
-    }
+    for (int j = 0; j < 4; ++j) sum[j] = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, b[j], wbc));
     uint8_t* out = colour::Ptr<uint8_t>(dst, c) + x;
-    if (o.offset == 0) {
-      hn::StoreU(NarrowToBytes<uint8_t>(d32, order, sum), du8, out);
+    if constexpr (o.flip == 0) {
+      hn::StoreU(NarrowToBytes<uint8_t, o.shift>(d32, order, sum), du8, out);
     } else {
-      hn::StoreU(hn::Xor(hn::BitCast(du8, NarrowToBytes<int8_t>(d32, order, sum)), hn::Set(du8, 0x80)), du8, out);
+      const auto bytes = hn::BitCast(du8, NarrowToBytes<int8_t, o.shift>(d32, order, sum));
+      hn::StoreU(hn::Xor(bytes, hn::Set(du8, o.flip)), du8, out);
     }
-  }
+  });
 }
 
 // Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
@@ -600,11 +681,8 @@ HWY_INLINE void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow&
     g = hn::PromoteTo(d16, bytes[1]);
     b = hn::PromoteTo(d16, bytes[2]);
   }
-  constexpr MaddFormula f = MaddOf<F>();
-  for (int c = 0; c < Out::kChannels; ++c) {
-    const auto v = f.shift == 15 ? ForwardOutput<15>(d16, r, g, b, f.out[c]) : ForwardOutput<14>(d16, r, g, b, f.out[c]);
-    hn::StoreU(hn::DemoteTo(d8, v), d8, colour::Ptr<uint8_t>(dst, c) + x);
-  }
+  ForEachOutput<Out::kChannels>(
+      [&](auto c) { hn::StoreU(ForwardBytes<F, c>(d16, r, g, b), d8, colour::Ptr<uint8_t>(dst, c) + x); });
 }
 
 // The scale-2^14 inverse on 16-bit pairs: the chroma terms as
