@@ -53,6 +53,12 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
       CmykStep<In>(du32, order, src, dst, x);
     }
   }
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (kInverseMadd<In, Out, F> && Out::kKind != Kind::kPacked) {
+    const InverseWide<Out> wide;
+    for (; x + wide.kPixels <= end; x += wide.kPixels) wide.template Step<F>(src, dst, x, fill);
+  }
+#endif
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     if constexpr (Out::kKind == Kind::kInterleaved) {

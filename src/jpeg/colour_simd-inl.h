@@ -768,6 +768,171 @@ HWY_INLINE void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow&
   }
 }
 
+#if HWY_TARGET <= HWY_AVX3
+// ---- The inverse on AVX-512: Y inside the multiply-adds -----------------------------
+//
+// R, G and B of 64 pixels a step, each the upper half of a 32-bit sum of
+// 16-bit pairs built from the elements
+//   Cr' = 8 Cr - 927, Cb' = 4 Cb - 240, Yr = 4 Y - 66, Yb = 4 Y - 480:
+//   R = (Cr', Yr) . (11485, 16384)
+//   B = (Cb', Yb) . (29032, 16384)
+//   G = (Cb', Yb) . (-5638, -7767) + (Cr', Yr) . (-5850, 24151)
+// Each sum is 2^16 Y plus 4 times the plain form's chroma products plus a
+// constant, which the offsets place where the upper half is Y plus the plain
+// form's term for every Cb and Cr (no term reaches the 16-bit saturation).
+// Each element is one multiply-add of the byte pair (X, k) by (m, e). The
+// upper halves are gathered by two-table permutes in the order the
+// destination wants, and packed to bytes with saturation.
+
+struct InverseElement {
+  int8_t m;
+  uint8_t k;
+  int8_t e;
+};
+inline constexpr InverseElement kInverseCr{8, 9, -103}, kInverseCb{4, 2, -120}, kInverseYr{4, 6, -11},
+    kInverseYb{4, 6, -80};
+
+// Where the 64 pixels of a step go: row order; for 3-byte pixels, block p of
+// channel c's vector holds the pixels whose c bytes lie in blocks p, p + 4
+// and p + 8 of the destination, so that byte shuffles within blocks
+// interleave them. `gather` picks the upper halves of the sums for the
+// lower and upper half of each block (the pixels 0-7 and 8-15 of a run of
+// 16, which the lower and upper sums hold), `shuffle` the bytes of each
+// destination vector.
+struct InverseOrder {
+  std::array<std::array<uint16_t, 32>, 2> gather[3];
+  std::array<uint8_t, 64> shuffle[3][3];
+};
+
+template <class Layout>
+constexpr bool IsThreeBytePixels() {
+  if constexpr (Layout::kKind == colour::Kind::kInterleaved) return Layout::kPixelBytes == 3;
+  return false;
+}
+
+template <class Out>
+constexpr InverseOrder MakeInverseOrder() {
+  constexpr bool kThreeBytes = IsThreeBytePixels<Out>();
+  // The byte of channel c of pixel q in the destination's 192 bytes, or -1.
+  const auto byteOf = [](int c, int q) {
+    if constexpr (IsThreeBytePixels<Out>()) return 3 * q + Out::kOffset[c];
+    return -1;
+  };
+  InverseOrder order{};
+  for (int c = 0; c < 3; ++c) {
+    int at[64] = {};  // pixel -> its byte in channel c's vector
+    for (int p = 0; p < 4; ++p) {
+      int lo = 0, hi = 8;
+      for (int q = 0; q < 64; ++q) {
+        const int block = kThreeBytes ? byteOf(c, q) / 16 % 4 : q / 16;
+        if (block == p) at[q] = 16 * p + (q % 16 < 8 ? lo++ : hi++);
+      }
+    }
+    for (int q = 0; q < 64; ++q) {
+      const int r = q % 8, lane = 4 * (q / 16) + r % 4;
+      order.gather[c][q % 16 / 8][(at[q] / 16) * 8 + at[q] % 8] = static_cast<uint16_t>((r < 4 ? 0 : 32) + 2 * lane + 1);
+    }
+    for (int j = 0; j < 3 && kThreeBytes; ++j) {
+      for (int n = 0; n < 64; ++n) {
+        const int k = 64 * j + n;
+        order.shuffle[j][c][n] = static_cast<uint8_t>(byteOf(c, k / 3) == k ? at[k / 3] % 16 : 0x80);
+      }
+    }
+  }
+  return order;
+}
+
+template <class Out>
+class InverseWide {
+  using D8 = hn::ScalableTag<uint8_t>;
+  using D16 = hn::Repartition<int16_t, D8>;
+  using D32 = hn::Repartition<int32_t, D8>;
+  static constexpr bool kThreeBytes = IsThreeBytePixels<Out>();
+
+ public:
+  static constexpr int32_t kPixels = 64;
+
+  InverseWide() {
+    static constexpr InverseOrder kOrder = MakeInverseOrder<Out>();
+    const hn::Repartition<uint16_t, D8> du16;
+    for (int c = 0; c < 3; ++c) {
+      for (int h = 0; h < 2; ++h) gather_[c][h] = hn::LoadU(du16, kOrder.gather[c][h].data()).raw;
+      for (int j = 0; j < 3 && kThreeBytes; ++j) interleave_[j][c] = hn::LoadU(D8(), kOrder.shuffle[j][c].data());
+    }
+  }
+
+  // Pixels [x, x + 64) into Out, for formula F.
+  template <class F>
+  HWY_INLINE void Step(const colour::SrcRow& src, const colour::DstRow& dst, int32_t x, uint8_t fill) const {
+    const D8 d8;
+    hn::Vec<D8> v[4];
+    Bytes(src, x, v);
+    v[3] = hn::Set(d8, fill);
+    if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
+      for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
+      v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);
+    }
+    if constexpr (kThreeBytes) {
+      uint8_t* out = colour::Ptr<uint8_t>(dst, 0) + 3 * x;
+      for (int j = 0; j < 3; ++j) {
+        const auto part = [&](int c) { return hn::TableLookupBytesOr0(v[c], interleave_[j][c]); };
+        hn::StoreU(hn::Or(hn::Or(part(0), part(1)), part(2)), d8, out + 64 * j);
+      }
+    } else if constexpr (Out::kKind == colour::Kind::kInterleaved) {
+      StoreChannels<Out>(d8, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
+    } else {
+      static_assert(Out::kKind == colour::Kind::kPlanes);
+      for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(v[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
+    }
+  }
+
+ private:
+  // The elements m X + k e of the byte pairs (X, k).
+  static hn::Vec<D16> Element(hn::Vec<D8> bytePairs, InverseElement el) {
+    const auto me = hn::Set(D16(), static_cast<int16_t>(static_cast<uint8_t>(el.m) | static_cast<uint8_t>(el.e) << 8));
+    return {_mm512_maddubs_epi16(bytePairs.raw, me.raw)};
+  }
+
+  // R, G and B of pixels [x, x + 64), saturated, in this class's pixel order.
+  HWY_INLINE void Bytes(const colour::SrcRow& src, int32_t x, hn::Vec<D8> (&v)[4]) const {
+    const D8 d8;
+    const D16 d16;
+    const auto load = [&](int c) { return hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x); };
+    const auto y = load(0), cb = load(1), cr = load(2);
+    hn::Vec<D16> pr[4], pb[4];
+    for (int h = 0; h < 2; ++h) {
+      const auto half = [&](hn::Vec<D8> bytes, uint8_t k) {
+        return h == 0 ? hn::InterleaveLower(d8, bytes, hn::Set(d8, k)) : hn::InterleaveUpper(d8, bytes, hn::Set(d8, k));
+      };
+      const auto yk = half(y, kInverseYr.k);
+      const auto yr = Element(yk, kInverseYr), yb = Element(yk, kInverseYb);
+      const auto crE = Element(half(cr, kInverseCr.k), kInverseCr), cbE = Element(half(cb, kInverseCb.k), kInverseCb);
+      pr[2 * h] = hn::InterleaveLower(d16, crE, yr);
+      pr[2 * h + 1] = hn::InterleaveUpper(d16, crE, yr);
+      pb[2 * h] = hn::InterleaveLower(d16, cbE, yb);
+      pb[2 * h + 1] = hn::InterleaveUpper(d16, cbE, yb);
+    }
+    const auto wr = WeightPair(d16, 11485, 16384), wb = WeightPair(d16, 29032, 16384),
+               wgb = WeightPair(d16, -5638, -7767), wgr = WeightPair(d16, -5850, 24151);
+    hn::Vec<D32> sums[3][4];
+    for (int i = 0; i < 4; ++i) {
+      sums[0][i] = PairDot(d16, pr[i], wr);
+      sums[1][i] = hn::Add(PairDot(d16, pb[i], wgb), PairDot(d16, pr[i], wgr));
+      sums[2][i] = PairDot(d16, pb[i], wb);
+    }
+    for (int c = 0; c < 3; ++c) {
+      const auto upper = [&](int h) {
+        return hn::Vec<D16>{_mm512_permutex2var_epi16(sums[c][2 * h].raw, gather_[c][h], sums[c][2 * h + 1].raw)};
+      };
+      v[c] = PackBlocks<uint8_t>(d16, upper(0), upper(1));
+    }
+  }
+
+  __m512i gather_[3][2];
+  hn::Vec<D8> interleave_[3][3];
+};
+#endif  // HWY_TARGET <= HWY_AVX3
+
 #endif  // HWY_TARGET != HWY_SCALAR
 
 // ---- Group formulas (colour_groups.h) on vectors ------------------------------------
