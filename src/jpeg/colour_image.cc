@@ -32,7 +32,7 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     // would pass the row.
     const PairLoader<In, decltype(d)> loader;
     const auto order = BlocksInRowOrder(d);
-    const RowPrefetch prefetch(src, In::kPixelBytes * width);
+    const RowPrefetch prefetch(Ptr<uint8_t>(src, 0), In::kPixelBytes * width);
     for (; x + 4 * lanes <= end && In::kPixelBytes * (x + 3 * lanes) + 4 * lanes <= In::kPixelBytes * width;
          x += 4 * lanes) {
       prefetch.Step(In::kPixelBytes * x, In::kPixelBytes * 4 * lanes);
@@ -47,7 +47,7 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     const hn::ScalableTag<uint32_t> du32;
     const auto order = BlocksInRowOrder(du32);
     // Four planes are four streams the hardware prefetcher keeps up with.
-    const RowPrefetch prefetch(src, In::kKind == Kind::kInterleaved ? 4 * width : 0);
+    const RowPrefetch prefetch(Ptr<uint8_t>(src, 0), In::kKind == Kind::kInterleaved ? 4 * width : 0);
     for (; x + 4 * lanes <= end; x += 4 * lanes) {
       prefetch.Step(4 * x, 16 * lanes);
       CmykStep<In>(du32, order, src, dst, x);
@@ -56,7 +56,16 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
 #if HWY_TARGET <= HWY_AVX3
   if constexpr (kInverseMadd<In, Out, F> && Out::kKind != Kind::kPacked) {
     const InverseWide<Out> wide;
-    for (; x + wide.kPixels <= end; x += wide.kPixels) wide.template Step<F>(src, dst, x, fill);
+    // Y, Cb and Cr read for an interleaved destination; planes out, and K,
+    // the hardware prefetcher keeps up with.
+    const int32_t ahead = Out::kKind == Kind::kInterleaved ? width : 0;
+    const RowPrefetch y(Ptr<uint8_t>(src, 0), ahead), cb(Ptr<uint8_t>(src, 1), ahead), cr(Ptr<uint8_t>(src, 2), ahead);
+    for (; x + wide.kPixels <= end; x += wide.kPixels) {
+      y.Step(x, wide.kPixels);
+      cb.Step(x, wide.kPixels);
+      cr.Step(x, wide.kPixels);
+      wide.template Step<F>(src, dst, x, fill);
+    }
   }
 #endif
   if constexpr (kInverseMadd<In, Out, F>) {

@@ -348,15 +348,14 @@ HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D16>> ForwardBytes(D16 d16, hn::Vec<D16> 
 
 // ---- Reading ahead ------------------------------------------------------------------
 
-// Software prefetch of an interleaved source row, 2 KiB ahead of the steps
-// and never past the row's last byte (none for rowBytes 0): one source read
-// by wide steps outruns the hardware prefetcher. The row's first 2 KiB are
+// Software prefetch of one source row (or plane) of rowBytes bytes, 2 KiB
+// ahead of the steps and never past the row's last byte (none for rowBytes
+// 0): one source read by wide steps outruns the hardware prefetcher, and so
+// do the planes of one interleaved destination. The row's first 2 KiB are
 // asked for at once.
 class RowPrefetch {
  public:
-  RowPrefetch(const colour::SrcRow& src, int32_t rowBytes) : row_(colour::Ptr<uint8_t>(src, 0)), rowBytes_(rowBytes) {
-    Lines(0, kAhead);
-  }
+  RowPrefetch(const uint8_t* row, int32_t rowBytes) : row_(row), rowBytes_(rowBytes) { Lines(0, kAhead); }
   // The cache lines kAhead past bytes [offset, offset + bytes).
   HWY_INLINE void Step(int32_t offset, int32_t bytes) const { Lines(offset + kAhead, offset + kAhead + bytes); }
 
