@@ -30,15 +30,22 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   if constexpr (kForwardMadd<In, F> && In::kKind == Kind::kInterleaved) {
     // Each quarter's load reads 4 bytes a pixel: stop where the last one
     // would pass the row.
-    const PairLoader<In, decltype(d)> loader;
-    const auto order = BlocksInRowOrder(d);
+    const PairLoader<In, hn::ScalableTag<int32_t>> loader;
+    const auto order = SumsInRowOrder(d, SumLayout::kRuns);
     const RowPrefetch prefetch(Ptr<uint8_t>(src, 0), In::kPixelBytes * width);
     for (; x + 4 * lanes <= end && In::kPixelBytes * (x + 3 * lanes) + 4 * lanes <= In::kPixelBytes * width;
          x += 4 * lanes) {
       prefetch.Step(In::kPixelBytes * x, In::kPixelBytes * 4 * lanes);
-      ForwardPairsStep<In, Out, F>(loader, order, src, dst, x);
+      ForwardPairsStep<Out, F>(loader, order, src, dst, x);
     }
   }
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (kForwardMadd<In, F> && In::kKind != Kind::kInterleaved) {
+    const FieldPairLoader<In> loader;
+    const auto order = SumsInRowOrder(d, loader.kLayout);
+    for (; x + loader.kPixels <= end; x += loader.kPixels) ForwardPairsStep<Out, F>(loader, order, src, dst, x);
+  }
+#endif
   if constexpr (kForwardMadd<In, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);

@@ -398,6 +398,84 @@ HWY_INLINE hn::Vec<D8> InRowOrder(D8 d8, const Order& order, hn::Vec<D8> bytes) 
   return hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(du32, bytes), order));
 }
 
+// Where the 4N pixels of a step lie in its four vectors of sums: pixels
+// 16j..16j+15 in vector j (kRuns); or the halves of the step each
+// interleaved once from 16-bit lanes, block b of vector 2h + q holding
+// pixels 32h + 8b + 4q.. (kHalfQuads); or planes of bytes interleaved twice,
+// block b of vector 2h + q holding pixels 16b + 8h + 4q.. (kQuads). Four
+// lanes a block each time.
+enum class SumLayout { kRuns, kHalfQuads, kQuads };
+
+#if HWY_TARGET <= HWY_AVX3
+// ---- Sums to bytes on AVX-512 ----------------------------------------------------------
+//
+// The upper halves of four vectors of 32-bit sums are narrowed by two
+// two-table permutes of 16-bit lanes and one pack; the permutes' word indices
+// put each pixel where the pack leaves it at the byte wanted.
+
+using Gather = std::array<std::array<uint16_t, 32>, 2>;
+
+// The indices for the sum of pixel p in lane vecLane(p) % 16 of vector
+// vecLane(p) / 16 to end at byte at(p) of the pack: vectors 0 and 1 feed the
+// first permute, whose words the pack puts in bytes 0-7 of each block.
+template <class VecLane, class At>
+constexpr Gather MakeGather(VecLane vecLane, At at) {
+  Gather g{};
+  for (int p = 0; p < 64; ++p) {
+    const int t = at(p), v = vecLane(p) / 16;
+    g[t % 16 / 8][8 * (t / 16) + t % 8] = static_cast<uint16_t>(32 * (v % 2) + 2 * (vecLane(p) % 16) + 1);
+  }
+  return g;
+}
+
+constexpr int VecLaneOf(SumLayout layout, int p) {
+  switch (layout) {
+    case SumLayout::kRuns:
+      return p;
+    case SumLayout::kHalfQuads:
+      return 16 * (2 * (p / 32) + p % 8 / 4) + 4 * (p % 32 / 8) + p % 4;
+    case SumLayout::kQuads:
+      break;
+  }
+  return 16 * (2 * (p % 16 / 8) + p % 8 / 4) + 4 * (p / 16) + p % 4;
+}
+
+// Where a step's pixels come out of the pack: in row order for kQuads, whose
+// permutes each take half of every run of 16; else eighths b and b + 4 of
+// the row in block b, for one 64-bit lane permutation to put in order.
+constexpr int PackedAt(SumLayout layout, int p) {
+  return layout == SumLayout::kQuads ? p : 16 * (p % 32 / 8) + 8 * (p / 32) + p % 8;
+}
+
+template <SumLayout kLayout>
+inline constexpr Gather kGatherOf =
+    MakeGather([](int p) { return VecLaneOf(kLayout, p); }, [](int p) { return PackedAt(kLayout, p); });
+
+template <class D32>
+struct SumOrder {
+  hn::Vec<hn::Repartition<uint16_t, D32>> gather[2];
+  bool eighths;
+};
+
+template <class D32>
+SumOrder<D32> SumsInRowOrder(D32, SumLayout layout) {
+  const hn::Repartition<uint16_t, D32> du16;
+  const Gather& g = layout == SumLayout::kRuns       ? kGatherOf<SumLayout::kRuns>
+                    : layout == SumLayout::kHalfQuads ? kGatherOf<SumLayout::kHalfQuads>
+                                                      : kGatherOf<SumLayout::kQuads>;
+  return {{hn::LoadU(du16, g[0].data()), hn::LoadU(du16, g[1].data())}, layout != SumLayout::kQuads};
+}
+#else
+template <class D32>
+using SumOrder = LaneOrder<D32>;
+
+// Only kRuns here.
+template <class D32>
+SumOrder<D32> SumsInRowOrder(D32 d32, SumLayout) {
+  return BlocksInRowOrder(d32);
+}
+#endif
+
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
 // Two vectors of 16-bit lanes saturated to bytes of type T (uint8_t or
 // int8_t) block by block: Highway has no two-input 16-to-8-bit narrowing, the
@@ -417,19 +495,18 @@ HWY_INLINE hn::Vec<hn::Repartition<T, D16>> PackBlocks(D16, hn::Vec<D16> lo, hn:
 // v[0..3] >> kShift, each within -32768..32767, saturated to bytes of type T
 // (uint8_t or int8_t), in row order.
 template <class T, int kShift, class D32>
-HWY_INLINE hn::Vec<hn::Repartition<T, D32>> NarrowToBytes(D32 d32, const LaneOrder<D32>& order,
+HWY_INLINE hn::Vec<hn::Repartition<T, D32>> NarrowToBytes(D32 d32, const SumOrder<D32>& order,
                                                           const hn::Vec<D32> (&v)[4]) {
   const hn::Repartition<int16_t, D32> d16;
   const hn::Repartition<T, D32> d8;
 #if HWY_TARGET <= HWY_AVX3
-  // Without shifts down: bits kShift.. of each lane moved to its upper half,
-  // whose two-table permute (ConcatOdd) gathers two vectors' upper halves in
-  // lane order. The pack leaves block b with the eighths b and b + 4 of the
-  // row: one 64-bit lane permutation puts them in order.
-  (void)order;
-  const auto upper = [&](int j) { return hn::BitCast(d16, hn::ShiftLeft<16 - kShift>(v[j])); };
-  const auto packed =
-      PackBlocks<T>(d16, hn::ConcatOdd(d16, upper(1), upper(0)), hn::ConcatOdd(d16, upper(3), upper(2)));
+  // Without shifts down: bits kShift.. of each lane moved to its upper half.
+  const auto upper = [&](int j) { return hn::ShiftLeft<16 - kShift>(v[j]).raw; };
+  const auto gather = [&](int h) {
+    return hn::Vec<decltype(d16)>{_mm512_permutex2var_epi16(upper(2 * h), order.gather[h].raw, upper(2 * h + 1))};
+  };
+  const auto packed = PackBlocks<T>(d16, gather(0), gather(1));
+  if (!order.eighths) return packed;
   const hn::Repartition<uint64_t, D32> du64;
   alignas(64) static constexpr uint64_t kEighths[8] = {0, 2, 4, 6, 1, 3, 5, 7};
   return hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(du64, packed), hn::SetTableIndices(du64, kEighths)));
@@ -554,8 +631,9 @@ HWY_INLINE void CmykStep(DU32 du32, const LaneOrder<DU32>& order, const colour::
 // 3k..3k+2), then byte shuffles within each block widen the channels. One
 // vector load serves N pixels, so it reads 4N bytes.
 
-template <class In, class D32>
+template <class In, class D>
 struct PairLoader {
+  using D32 = D;
   using D8 = hn::Repartition<uint8_t, D32>;
   using D16 = hn::Repartition<int16_t, D32>;
   // AVX-512 moves 3-byte pixels by a two-table permute whose second table
@@ -595,6 +673,16 @@ struct PairLoader {
         b(Shuffle(2, -1)),
         constant(hn::Set(D32(), kConstantInBlock ? 0x01010101 * kPairConstant : kPairConstant << 16)) {}
 
+  static constexpr SumLayout kLayout = SumLayout::kRuns;
+
+  // Pixels [x, x + 4N) as vectors of N pixels each.
+  HWY_INLINE void Pairs(const colour::SrcRow& src, int32_t x, hn::Vec<D16> (&rg)[4], hn::Vec<D16> (&bk)[4]) const {
+    const uint8_t* p = colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x;
+    const auto n = static_cast<int32_t>(hn::Lanes(D32()));
+    for (int j = 0; j < 4; ++j) Load(p + In::kPixelBytes * n * j, rg[j], bk[j]);
+  }
+
+ private:
   HWY_INLINE void Load(const uint8_t* p, hn::Vec<D16>& rgPairs, hn::Vec<D16>& bPairs) const {
     const D32 d32;
     const hn::RebindToUnsigned<D32> du;
@@ -622,24 +710,22 @@ HWY_INLINE void ForEachOutput(const Fn& f) {
       std::make_integer_sequence<int, kN>());
 }
 
-// Interleaved pixels [x, x + 4N) of a row into Out::kChannels planes: each
-// output by two multiply-adds per lane, narrowed to bytes.
-template <class In, class Out, class F, class D32>
-HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOrder<D32>& order,
+// Pixels [x, x + 4N) of a row, as the loader pairs them, into Out::kChannels
+// planes: each output by two multiply-adds per lane, narrowed to bytes.
+template <class Out, class F, class Loader>
+HWY_INLINE void ForwardPairsStep(const Loader& loader, const SumOrder<typename Loader::D32>& order,
                                  const colour::SrcRow& src, const colour::DstRow& dst, int32_t x) {
-  using D16 = typename PairLoader<In, D32>::D16;
+  using D32 = typename Loader::D32;
   const D32 d32;
-  const D16 d16;
+  const hn::Repartition<int16_t, D32> d16;
   const hn::Repartition<uint8_t, D32> du8;
-  const auto n = static_cast<int32_t>(hn::Lanes(d32));
-  const uint8_t* p = colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x;
-  hn::Vec<D16> rg[4], b[4];
-  for (int j = 0; j < 4; ++j) loader.Load(p + In::kPixelBytes * n * j, rg[j], b[j]);
+  hn::Vec<decltype(d16)> rg[4], bk[4];
+  loader.Pairs(src, x, rg, bk);
   ForEachOutput<Out::kChannels>([&](auto c) {
     constexpr MaddOutput o = MaddOf<F>().out[c];
-    const auto wrg = WeightPair(d16, o.wr, o.wg), wbc = WeightPair(d16, o.wb, o.c);
+    const auto wrg = WeightPair(d16, o.wr, o.wg), wbk = WeightPair(d16, o.wb, o.c);
     hn::Vec<D32> sum[4];
-    for (int j = 0; j < 4; ++j) sum[j] = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, b[j], wbc));
+    for (int j = 0; j < 4; ++j) sum[j] = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, bk[j], wbk));
     uint8_t* out = colour::Ptr<uint8_t>(dst, c) + x;
     if constexpr (o.flip == 0) {
       hn::StoreU(NarrowToBytes<uint8_t, o.shift>(d32, order, sum), du8, out);
@@ -650,6 +736,70 @@ HWY_INLINE void ForwardPairsStep(const PairLoader<In, D32>& loader, const LaneOr
   });
 }
 
+// 16-bit pixels' fields moved to the top of a byte, as the plain form
+// unpacks them.
+template <class In, class DU16>
+HWY_INLINE void PackedFields(DU16 du16, hn::Vec<DU16> p, hn::Vec<DU16>& r, hn::Vec<DU16>& g, hn::Vec<DU16>& b) {
+  const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(du16, 31)));
+  const auto mid = In::kIs565 ? hn::ShiftRight<3>(hn::And(p, hn::Set(du16, 2016)))
+                              : hn::ShiftRight<2>(hn::And(p, hn::Set(du16, 992)));
+  const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(du16, 63488)))
+                               : hn::ShiftRight<7>(hn::And(p, hn::Set(du16, 31744)));
+  r = In::kIsRedFirst ? low : high;
+  g = mid;
+  b = In::kIsRedFirst ? high : low;
+}
+
+#if HWY_TARGET <= HWY_AVX3
+// Planes and 16-bit pixels to multiply-add pairs on AVX-512: a step's 64
+// pixels as two halves of 16-bit channel values, each half interleaved R
+// with G and B with the constant 2. Planes' halves are the lower and upper
+// halves of each block, widened by interleaving with zero bytes (kQuads);
+// 16-bit pixels' halves are 32 pixels each (kHalfQuads).
+template <class In>
+struct FieldPairLoader {
+  using D32 = hn::ScalableTag<int32_t>;
+  using D16 = hn::Repartition<int16_t, D32>;
+  static constexpr SumLayout kLayout = In::kKind == colour::Kind::kPlanes ? SumLayout::kQuads : SumLayout::kHalfQuads;
+  static constexpr int32_t kPixels = 64;
+
+  HWY_INLINE void Pairs(const colour::SrcRow& src, int32_t x, hn::Vec<D16> (&rg)[4], hn::Vec<D16> (&bk)[4]) const {
+    const D16 d16;
+    const auto k = hn::Set(d16, kPairConstant);
+    for (int h = 0; h < 2; ++h) {
+      hn::Vec<D16> r, g, b;
+      Channels(src, x, h, r, g, b);
+      rg[2 * h] = hn::InterleaveLower(d16, r, g);
+      rg[2 * h + 1] = hn::InterleaveUpper(d16, r, g);
+      bk[2 * h] = hn::InterleaveLower(d16, b, k);
+      bk[2 * h + 1] = hn::InterleaveUpper(d16, b, k);
+    }
+  }
+
+ private:
+  HWY_INLINE static void Channels(const colour::SrcRow& src, int32_t x, int h, hn::Vec<D16>& r, hn::Vec<D16>& g,
+                                  hn::Vec<D16>& b) {
+    const hn::RebindToUnsigned<D16> du16;
+    if constexpr (In::kKind == colour::Kind::kPlanes) {
+      const hn::Repartition<uint8_t, D16> d8;
+      const auto widen = [&](int c) {
+        const auto bytes = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x), zero = hn::Zero(d8);
+        return hn::BitCast(D16(), h == 0 ? hn::InterleaveLower(d8, bytes, zero) : hn::InterleaveUpper(d8, bytes, zero));
+      };
+      r = widen(0);
+      g = widen(1);
+      b = widen(2);
+    } else {
+      hn::Vec<decltype(du16)> ur, ug, ub;
+      PackedFields<In>(du16, hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x + 32 * h), ur, ug, ub);
+      r = hn::BitCast(D16(), ur);
+      g = hn::BitCast(D16(), ug);
+      b = hn::BitCast(D16(), ub);
+    }
+  }
+};
+#endif
+
 // Pixels [x, x + L) of a row, L the 16-bit lane count; Out::kChannels of the
 // outputs stored.
 template <class In, class Out, class F>
@@ -658,17 +808,12 @@ HWY_INLINE void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow&
   const hn::Rebind<uint8_t, decltype(d16)> d8;
   hn::Vec<decltype(d16)> r, g, b;
   if constexpr (In::kKind == colour::Kind::kPacked) {
-    // Fields moved to the top of a byte, as the plain form unpacks them.
     const hn::RebindToUnsigned<decltype(d16)> du16;
-    const auto p = hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x);
-    const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(du16, 31)));
-    const auto mid = In::kIs565 ? hn::ShiftRight<3>(hn::And(p, hn::Set(du16, 2016)))
-                                : hn::ShiftRight<2>(hn::And(p, hn::Set(du16, 992)));
-    const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(du16, 63488)))
-                                 : hn::ShiftRight<7>(hn::And(p, hn::Set(du16, 31744)));
-    r = hn::BitCast(d16, In::kIsRedFirst ? low : high);
-    g = hn::BitCast(d16, mid);
-    b = hn::BitCast(d16, In::kIsRedFirst ? high : low);
+    hn::Vec<decltype(du16)> ur, ug, ub;
+    PackedFields<In>(du16, hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x), ur, ug, ub);
+    r = hn::BitCast(d16, ur);
+    g = hn::BitCast(d16, ug);
+    b = hn::BitCast(d16, ub);
   } else {
     hn::Vec<decltype(d8)> bytes[4];
     if constexpr (In::kKind == colour::Kind::kInterleaved) {
