@@ -51,13 +51,12 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);
   }
   if constexpr (std::is_same_v<F, ForwardCmyk>) {
-    const hn::ScalableTag<uint32_t> du32;
-    const auto order = BlocksInRowOrder(du32);
+    const auto order = SumsInRowOrder(d, In::kKind == Kind::kInterleaved ? SumLayout::kRuns : SumLayout::kQuads);
     // Four planes are four streams the hardware prefetcher keeps up with.
     const RowPrefetch prefetch(Ptr<uint8_t>(src, 0), In::kKind == Kind::kInterleaved ? 4 * width : 0);
     for (; x + 4 * lanes <= end; x += 4 * lanes) {
       prefetch.Step(4 * x, 16 * lanes);
-      CmykStep<In>(du32, order, src, dst, x);
+      CmykStep<In>(d, order, src, dst, x);
     }
   }
 #if HWY_TARGET <= HWY_AVX3

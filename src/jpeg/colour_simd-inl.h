@@ -581,16 +581,16 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, D32>> ByteOfLanes(D32, const hn::Vec
 }
 
 // Pixels [x, x + 4N) of a CMYK row, N the 32-bit lane count, into the four
-// planes. Interleaved pixels are loaded a vector at a time, and their
-// outputs put back in row order (BlocksInRowOrder); planes are interleaved by
-// bytes, then by 16-bit lanes, which leaves the outputs in row order.
-template <class In, class DU32>
-HWY_INLINE void CmykStep(DU32 du32, const LaneOrder<DU32>& order, const colour::SrcRow& src,
-                         const colour::DstRow& dst, int32_t x) {
-  const hn::Repartition<uint8_t, DU32> du8;
-  const hn::Repartition<uint16_t, DU32> du16;
+// planes. Interleaved pixels are loaded a vector at a time (SumLayout::kRuns);
+// planes are interleaved by bytes, then by 16-bit lanes (SumLayout::kQuads).
+template <class In, class D32>
+HWY_INLINE void CmykStep(D32 d32, const SumOrder<D32>& order, const colour::SrcRow& src, const colour::DstRow& dst,
+                         int32_t x) {
+  const hn::RebindToUnsigned<D32> du32;
+  const hn::Repartition<uint8_t, D32> du8;
+  const hn::Repartition<uint16_t, D32> du16;
   const auto n = static_cast<int32_t>(hn::Lanes(du32));
-  hn::Vec<DU32> px[4];
+  hn::Vec<decltype(du32)> px[4];
   hn::Vec<decltype(du8)> out[4];
   if constexpr (In::kKind == colour::Kind::kInterleaved) {
     for (int j = 0; j < 4; ++j) px[j] = hn::BitCast(du32, hn::LoadU(du8, colour::Ptr<uint8_t>(src, 0) + 4 * (x + n * j)));
@@ -607,19 +607,38 @@ HWY_INLINE void CmykStep(DU32 du32, const LaneOrder<DU32>& order, const colour::
     }
     out[3] = planes[3];
   }
-  TransposeInBlocks(du32, px);
-  const hn::Repartition<int32_t, DU32> d32;
-  hn::Vec<decltype(d32)> sums[4][3];
-  for (int j = 0; j < 4; ++j) CmykSums(du32, px[j], sums[j]);
   const auto flip = hn::Set(du8, 0x80);
+#if HWY_TARGET <= HWY_AVX3
+  // The narrowing's permutes take each pixel's sums where it lies. Y's sum
+  // gets 2^23, so that as for Cb and Cr its upper half is the output less 128.
+  hn::Vec<D32> sums[3][4];
+  for (int j = 0; j < 4; ++j) {
+    hn::Vec<D32> s[3];
+    CmykSums(du32, px[j], s);
+    sums[0][j] = hn::Add(s[0], hn::Set(d32, 1 << 23));
+    for (int c = 1; c < 3; ++c) sums[c][j] = s[c];
+  }
+  for (int c = 0; c < 3; ++c) out[c] = hn::Xor(hn::BitCast(du8, NarrowToBytes<int8_t, 16>(d32, order, sums[c])), flip);
+  if constexpr (In::kKind == colour::Kind::kInterleaved) {
+    hn::Vec<D32> k[4];
+    for (int j = 0; j < 4; ++j) k[j] = hn::BitCast(d32, hn::ShiftRight<8>(px[j]));
+    out[3] = NarrowToBytes<uint8_t, 16>(d32, order, k);
+  }
+#else
+  // Transposed, each lane's four pixels are consecutive for ByteOfLanes;
+  // interleaved pixels' outputs then go back in row order.
+  TransposeInBlocks(du32, px);
+  hn::Vec<D32> sums[4][3];
+  for (int j = 0; j < 4; ++j) CmykSums(du32, px[j], sums[j]);
   for (int c = 0; c < 3; ++c) {
-    const hn::Vec<decltype(d32)> v[4] = {sums[0][c], sums[1][c], sums[2][c], sums[3][c]};
+    const hn::Vec<D32> v[4] = {sums[0][c], sums[1][c], sums[2][c], sums[3][c]};
     out[c] = c == 0 ? ByteOfLanes<2>(d32, v) : hn::Xor(ByteOfLanes<2>(d32, v), flip);
   }
   if constexpr (In::kKind == colour::Kind::kInterleaved) {
     out[3] = ByteOfLanes<3>(du32, px);
     for (int c = 0; c < 4; ++c) out[c] = InRowOrder(du8, order, out[c]);
   }
+#endif
   for (int c = 0; c < 4; ++c) hn::StoreU(out[c], du8, colour::Ptr<uint8_t>(dst, c) + x);
 }
 
