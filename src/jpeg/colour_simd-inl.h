@@ -249,8 +249,10 @@ HWY_INLINE VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
 
 inline constexpr int16_t kPairConstant = 2;
 
+// One output: the weights of R, G and B, and the constant 2c, whose lowest
+// bit c drops.
 struct MaddOutput {
-  int16_t wr, wg, wb, c;
+  int32_t wr, wg, wb, k;
   int shift;
   uint8_t flip;
 };
@@ -258,29 +260,12 @@ struct MaddFormula {
   MaddOutput out[3];
 };
 
-// The plain form's (wr R + wg G + wb B + k) >> scale.
-struct PlainOutput {
-  int32_t wr, wg, wb, k;
-};
+// From the plain form's (wr R + wg G + wb B + k) >> scale.
+constexpr MaddOutput LumaMadd(MaddOutput plain, int scale) { return {plain.wr, plain.wg, plain.wb, plain.k, scale, 0}; }
 
-constexpr bool FitsPairs(int32_t wr, int32_t wg, int32_t wb, int32_t k) {
-  const auto fits = [](int32_t v) { return v >= -32768 && v <= 32767; };
-  const bool constantExact = k % 2 == 0 || (wr | wg | wb) % 2 == 0;
-  return fits(wr) && fits(wg) && fits(wb) && fits(k >> 1) && constantExact;
-}
-
-constexpr MaddOutput LumaMadd(PlainOutput p, int scale) {
-  if (!FitsPairs(p.wr, p.wg, p.wb, p.k)) throw "luma weights do not fit 16-bit pairs";
-  return {static_cast<int16_t>(p.wr), static_cast<int16_t>(p.wg), static_cast<int16_t>(p.wb),
-          static_cast<int16_t>(p.k >> 1), scale, 0};
-}
-
-constexpr MaddOutput ChromaMadd(PlainOutput p, int scale) {
+constexpr MaddOutput ChromaMadd(MaddOutput plain, int scale) {
   const int32_t m = 1 << (16 - scale);
-  const int32_t wr = -m * p.wr, wg = -m * p.wg, wb = -m * p.wb, k = (1 << 23) - 1 - m * p.k;
-  if (!FitsPairs(wr, wg, wb, k)) throw "chroma weights do not fit 16-bit pairs";
-  return {static_cast<int16_t>(wr), static_cast<int16_t>(wg), static_cast<int16_t>(wb), static_cast<int16_t>(k >> 1),
-          16, 0x7F};
+  return {-m * plain.wr, -m * plain.wg, -m * plain.wb, (1 << 23) - 1 - m * plain.k, 16, 0x7F};
 }
 
 inline constexpr MaddFormula kMadd15 = {{LumaMadd({9798, 19235, 3736, 16266}, 15),
@@ -290,6 +275,18 @@ constexpr MaddFormula Madd14(colour::CbWeights cb) {
   return {{LumaMadd({4899, 9617, 1868, 8192}, 14), ChromaMadd({cb.r, cb.g, 8192, 2105344}, 14),
            ChromaMadd({8192, -6860, -1332, 2105344}, 14)}};
 }
+
+// Every weight and c fit 16 bits, and dropping the constant's lowest bit
+// changes nothing.
+constexpr bool FitsPairs(const MaddFormula& f) {
+  const auto fits = [](int32_t v) { return v >= -32768 && v <= 32767; };
+  for (const MaddOutput& o : f.out) {
+    const bool even = o.k % 2 == 0 || (o.wr | o.wg | o.wb) % 2 == 0;
+    if (!fits(o.wr) || !fits(o.wg) || !fits(o.wb) || !fits(o.k >> 1) || !even) return false;
+  }
+  return true;
+}
+static_assert(FitsPairs(kMadd15) && FitsPairs(Madd14(colour::kCb2764)) && FitsPairs(Madd14(colour::kCb2765)));
 
 // Which forward kernels take this path: RGB sources (not CMYK).
 template <class In, class F>
@@ -332,7 +329,7 @@ template <class F, int kC, class D16>
 HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D16>> ForwardBytes(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b) {
   constexpr MaddOutput o = MaddOf<F>().out[kC];
   const hn::Repartition<int32_t, D16> d32;
-  const auto wrg = WeightPair(d16, o.wr, o.wg), wbc = WeightPair(d16, o.wb, o.c);
+  const auto wrg = WeightPair(d16, o.wr, o.wg), wbc = WeightPair(d16, o.wb, o.k >> 1);
   const auto k = hn::Set(d16, kPairConstant);
   const auto sum = [&](hn::Vec<D16> rg, hn::Vec<D16> bk) {
     return hn::ShiftRight<o.shift>(hn::Add(PairDot(d16, rg, wrg), PairDot(d16, bk, wbc)));
@@ -742,7 +739,7 @@ HWY_INLINE void ForwardPairsStep(const Loader& loader, const SumOrder<typename L
   loader.Pairs(src, x, rg, bk);
   ForEachOutput<Out::kChannels>([&](auto c) {
     constexpr MaddOutput o = MaddOf<F>().out[c];
-    const auto wrg = WeightPair(d16, o.wr, o.wg), wbk = WeightPair(d16, o.wb, o.c);
+    const auto wrg = WeightPair(d16, o.wr, o.wg), wbk = WeightPair(d16, o.wb, o.k >> 1);
     hn::Vec<D32> sum[4];
     for (int j = 0; j < 4; ++j) sum[j] = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, bk[j], wbk));
     uint8_t* out = colour::Ptr<uint8_t>(dst, c) + x;
