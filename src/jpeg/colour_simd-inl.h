@@ -328,7 +328,6 @@ HWY_INLINE hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, h
 template <class F, int kC, class D16>
 HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D16>> ForwardBytes(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b) {
   constexpr MaddOutput o = MaddOf<F>().out[kC];
-  const hn::Repartition<int32_t, D16> d32;
   const auto wrg = WeightPair(d16, o.wr, o.wg), wbc = WeightPair(d16, o.wb, o.k >> 1);
   const auto k = hn::Set(d16, kPairConstant);
   const auto sum = [&](hn::Vec<D16> rg, hn::Vec<D16> bk) {
@@ -492,7 +491,7 @@ HWY_INLINE hn::Vec<hn::Repartition<T, D16>> PackBlocks(D16, hn::Vec<D16> lo, hn:
 // v[0..3] >> kShift, each within -32768..32767, saturated to bytes of type T
 // (uint8_t or int8_t), in row order.
 template <class T, int kShift, class D32>
-HWY_INLINE hn::Vec<hn::Repartition<T, D32>> NarrowToBytes(D32 d32, const SumOrder<D32>& order,
+HWY_INLINE hn::Vec<hn::Repartition<T, D32>> NarrowToBytes(D32, const SumOrder<D32>& order,
                                                           const hn::Vec<D32> (&v)[4]) {
   const hn::Repartition<int16_t, D32> d16;
   const hn::Repartition<T, D32> d8;
