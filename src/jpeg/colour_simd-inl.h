@@ -260,10 +260,14 @@ struct MaddFormula {
   MaddOutput out[3];
 };
 
-// From the plain form's (wr R + wg G + wb B + k) >> scale.
-constexpr MaddOutput LumaMadd(MaddOutput plain, int scale) { return {plain.wr, plain.wg, plain.wb, plain.k, scale, 0}; }
+// The plain form's (wr R + wg G + wb B + k) >> scale.
+struct PlainOutput {
+  int32_t wr, wg, wb, k;
+};
 
-constexpr MaddOutput ChromaMadd(MaddOutput plain, int scale) {
+constexpr MaddOutput LumaMadd(PlainOutput plain, int scale) { return {plain.wr, plain.wg, plain.wb, plain.k, scale, 0}; }
+
+constexpr MaddOutput ChromaMadd(PlainOutput plain, int scale) {
   const int32_t m = 1 << (16 - scale);
   return {-m * plain.wr, -m * plain.wg, -m * plain.wb, (1 << 23) - 1 - m * plain.k, 16, 0x7F};
 }
