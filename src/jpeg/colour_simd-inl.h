@@ -538,16 +538,22 @@ HWY_INLINE hn::Vec<hn::Repartition<T, D32>> NarrowToBytes(D32, const SumOrder<D3
 // of the sum: leaving out 2^24 does not change that byte, and leaving out
 // 128 * 2^16 flips its top bit.
 
-// Y, Cb and Cr of the pixels, less 2^24 and 128 * 2^16 as above.
-template <class DU32>
-HWY_INLINE void CmykSums(DU32 du32, hn::Vec<DU32> px, hn::Vec<hn::Repartition<int32_t, DU32>> (&sums)[3]) {
-  const hn::Repartition<int16_t, DU32> d16;
-  const auto cy = hn::BitCast(d16, hn::And(px, hn::Set(du32, 0x00FF00FFu)));
-  const auto m1 = hn::BitCast(d16, hn::Or(hn::And(hn::ShiftRight<8>(px), hn::Set(du32, 0xFFu)), hn::Set(du32, 0x10000u)));
-  const auto halfM = PairDot(d16, m1, WeightPair(d16, -19235, -16384));
-  sums[0] = hn::Add(PairDot(d16, cy, WeightPair(d16, -19595, -7471)), hn::Add(halfM, halfM));
-  sums[1] = hn::Add(PairDot(d16, cy, WeightPair(d16, 11059, -32768)), PairDot(d16, m1, WeightPair(d16, 21709, 32767)));
-  sums[2] = hn::Add(PairDot(d16, cy, WeightPair(d16, -32768, 5329)), PairDot(d16, m1, WeightPair(d16, 27439, 32767)));
+// The pairs (C, Y) and (M, 1) of the pixels.
+template <class DU32, class D16 = hn::Repartition<int16_t, DU32>>
+HWY_INLINE void CmykPairs(DU32 du32, hn::Vec<DU32> px, hn::Vec<D16>& cy, hn::Vec<D16>& m1) {
+  cy = hn::BitCast(D16(), hn::And(px, hn::Set(du32, 0x00FF00FFu)));
+  m1 = hn::BitCast(D16(), hn::Or(hn::And(hn::ShiftRight<8>(px), hn::Set(du32, 0xFFu)), hn::Set(du32, 0x10000u)));
+}
+
+// Output c (Y, Cb or Cr) of the pairs, less 2^24 or 128 * 2^16 as above.
+template <class D16>
+HWY_INLINE hn::Vec<hn::Repartition<int32_t, D16>> CmykSum(D16 d16, int c, hn::Vec<D16> cy, hn::Vec<D16> m1) {
+  if (c == 0) {
+    const auto halfM = PairDot(d16, m1, WeightPair(d16, -19235, -16384));
+    return hn::Add(PairDot(d16, cy, WeightPair(d16, -19595, -7471)), hn::Add(halfM, halfM));
+  }
+  return c == 1 ? hn::Add(PairDot(d16, cy, WeightPair(d16, 11059, -32768)), PairDot(d16, m1, WeightPair(d16, 21709, 32767)))
+                : hn::Add(PairDot(d16, cy, WeightPair(d16, -32768, 5329)), PairDot(d16, m1, WeightPair(d16, 27439, 32767)));
 }
 
 // 4x4 transposes of the 32-bit lanes within each 128-bit block: lane j of a
@@ -580,9 +586,32 @@ HWY_INLINE hn::Vec<hn::Repartition<uint8_t, D32>> ByteOfLanes(D32, const hn::Vec
   return hn::OddEven(hn::BitCast(du8, odd), hn::BitCast(du8, hn::ShiftRight<8>(even)));
 }
 
+// Output c of the pixels from its sums (less 2^24 or 128 * 2^16). AVX-512:
+// the narrowing's permutes take each pixel's sum where it lies, and Y's sum
+// gets 2^23 so that, as for Cb and Cr, its upper half is the output less
+// 128. Elsewhere the pixels are transposed first, so that each lane's four
+// pixels are consecutive for ByteOfLanes.
+template <class D32>
+HWY_INLINE hn::Vec<hn::Repartition<uint8_t, D32>> CmykBytes(D32 d32, const SumOrder<D32>& order, int c,
+                                                            hn::Vec<D32> (&sums)[4]) {
+  const hn::Repartition<uint8_t, D32> du8;
+  const auto flip = hn::Set(du8, 0x80);
+#if HWY_TARGET <= HWY_AVX3
+  if (c == 0) {
+    for (hn::Vec<D32>& s : sums) s = hn::Add(s, hn::Set(d32, 1 << 23));
+  }
+  return hn::Xor(hn::BitCast(du8, NarrowToBytes<int8_t, 16>(d32, order, sums)), flip);
+#else
+  (void)order;
+  const auto bytes = ByteOfLanes<2>(d32, sums);
+  return c == 0 ? bytes : hn::Xor(bytes, flip);
+#endif
+}
+
 // Pixels [x, x + 4N) of a CMYK row, N the 32-bit lane count, into the four
-// planes. Interleaved pixels are loaded a vector at a time (SumLayout::kRuns);
-// planes are interleaved by bytes, then by 16-bit lanes (SumLayout::kQuads).
+// planes, one output at a time. Interleaved pixels are loaded a vector at a
+// time (SumLayout::kRuns); planes are interleaved by bytes, then by 16-bit
+// lanes (SumLayout::kQuads).
 template <class In, class D32>
 HWY_INLINE void CmykStep(D32 d32, const SumOrder<D32>& order, const colour::SrcRow& src, const colour::DstRow& dst,
                          int32_t x) {
@@ -607,33 +636,24 @@ HWY_INLINE void CmykStep(D32 d32, const SumOrder<D32>& order, const colour::SrcR
     }
     out[3] = planes[3];
   }
-  const auto flip = hn::Set(du8, 0x80);
+  const hn::Repartition<int16_t, D32> d16;
 #if HWY_TARGET <= HWY_AVX3
-  // The narrowing's permutes take each pixel's sums where it lies. Y's sum
-  // gets 2^23, so that as for Cb and Cr its upper half is the output less 128.
-  hn::Vec<D32> sums[3][4];
-  for (int j = 0; j < 4; ++j) {
-    hn::Vec<D32> s[3];
-    CmykSums(du32, px[j], s);
-    sums[0][j] = hn::Add(s[0], hn::Set(d32, 1 << 23));
-    for (int c = 1; c < 3; ++c) sums[c][j] = s[c];
-  }
-  for (int c = 0; c < 3; ++c) out[c] = hn::Xor(hn::BitCast(du8, NarrowToBytes<int8_t, 16>(d32, order, sums[c])), flip);
   if constexpr (In::kKind == colour::Kind::kInterleaved) {
     hn::Vec<D32> k[4];
     for (int j = 0; j < 4; ++j) k[j] = hn::BitCast(d32, hn::ShiftRight<8>(px[j]));
     out[3] = NarrowToBytes<uint8_t, 16>(d32, order, k);
   }
 #else
-  // Transposed, each lane's four pixels are consecutive for ByteOfLanes;
-  // interleaved pixels' outputs then go back in row order.
   TransposeInBlocks(du32, px);
-  hn::Vec<D32> sums[4][3];
-  for (int j = 0; j < 4; ++j) CmykSums(du32, px[j], sums[j]);
-  for (int c = 0; c < 3; ++c) {
-    const hn::Vec<D32> v[4] = {sums[0][c], sums[1][c], sums[2][c], sums[3][c]};
-    out[c] = c == 0 ? ByteOfLanes<2>(d32, v) : hn::Xor(ByteOfLanes<2>(d32, v), flip);
+#endif
+  hn::Vec<decltype(d16)> cy[4], m1[4];
+  for (int j = 0; j < 4; ++j) CmykPairs(du32, px[j], cy[j], m1[j]);
+  for (int c = 0; c < 3; ++c) {  // one output at a time, for fewer live sums
+    hn::Vec<D32> sums[4];
+    for (int j = 0; j < 4; ++j) sums[j] = CmykSum(d16, c, cy[j], m1[j]);
+    out[c] = CmykBytes(d32, order, c, sums);
   }
+#if HWY_TARGET > HWY_AVX3
   if constexpr (In::kKind == colour::Kind::kInterleaved) {
     out[3] = ByteOfLanes<3>(du32, px);
     for (int c = 0; c < 4; ++c) out[c] = InRowOrder(du8, order, out[c]);
