@@ -618,14 +618,34 @@ HWY_INLINE void CmykStep(D32 d32, const SumOrder<D32>& order, const colour::SrcR
   const hn::RebindToUnsigned<D32> du32;
   const hn::Repartition<uint8_t, D32> du8;
   const hn::Repartition<uint16_t, D32> du16;
+  const hn::Repartition<int16_t, D32> d16;
   const auto n = static_cast<int32_t>(hn::Lanes(du32));
   hn::Vec<decltype(du32)> px[4];
   hn::Vec<decltype(du8)> out[4];
+  hn::Vec<decltype(d16)> cy[4], m1[4];
   if constexpr (In::kKind == colour::Kind::kInterleaved) {
     for (int j = 0; j < 4; ++j) px[j] = hn::BitCast(du32, hn::LoadU(du8, colour::Ptr<uint8_t>(src, 0) + 4 * (x + n * j)));
   } else {
     hn::Vec<decltype(du8)> planes[4];
     for (int c = 0; c < 4; ++c) planes[c] = hn::LoadU(du8, colour::Ptr<uint8_t>(src, c) + x);
+    out[3] = planes[3];
+#if HWY_TARGET <= HWY_AVX3
+    // The pairs straight from the planes, widened by interleaving with zero
+    // bytes, then C with Y and M with the constant 1.
+    const auto zero = hn::Zero(du8);
+    const auto one = hn::Set(d16, 1);
+    for (int h = 0; h < 2; ++h) {
+      const auto widen = [&](int c) {
+        return hn::BitCast(d16, h == 0 ? hn::InterleaveLower(du8, planes[c], zero)
+                                       : hn::InterleaveUpper(du8, planes[c], zero));
+      };
+      const auto c16 = widen(0), m16 = widen(1), y16 = widen(2);
+      cy[2 * h] = hn::InterleaveLower(d16, c16, y16);
+      cy[2 * h + 1] = hn::InterleaveUpper(d16, c16, y16);
+      m1[2 * h] = hn::InterleaveLower(d16, m16, one);
+      m1[2 * h + 1] = hn::InterleaveUpper(d16, m16, one);
+    }
+#else
     const auto bytePairs = [&](bool upper, int c) {  // planes c and c + 1 as 16-bit lanes
       return hn::BitCast(du16, upper ? hn::InterleaveUpper(du8, planes[c], planes[c + 1])
                                      : hn::InterleaveLower(du8, planes[c], planes[c + 1]));
@@ -634,20 +654,21 @@ HWY_INLINE void CmykStep(D32 d32, const SumOrder<D32>& order, const colour::SrcR
       const auto cm = bytePairs(j >= 2, 0), yk = bytePairs(j >= 2, 2);
       px[j] = hn::BitCast(du32, j % 2 ? hn::InterleaveUpper(du16, cm, yk) : hn::InterleaveLower(du16, cm, yk));
     }
-    out[3] = planes[3];
+#endif
   }
-  const hn::Repartition<int16_t, D32> d16;
 #if HWY_TARGET <= HWY_AVX3
   if constexpr (In::kKind == colour::Kind::kInterleaved) {
     hn::Vec<D32> k[4];
-    for (int j = 0; j < 4; ++j) k[j] = hn::BitCast(d32, hn::ShiftRight<8>(px[j]));
+    for (int j = 0; j < 4; ++j) {
+      k[j] = hn::BitCast(d32, hn::ShiftRight<8>(px[j]));
+      CmykPairs(du32, px[j], cy[j], m1[j]);
+    }
     out[3] = NarrowToBytes<uint8_t, 16>(d32, order, k);
   }
 #else
   TransposeInBlocks(du32, px);
-#endif
-  hn::Vec<decltype(d16)> cy[4], m1[4];
   for (int j = 0; j < 4; ++j) CmykPairs(du32, px[j], cy[j], m1[j]);
+#endif
   for (int c = 0; c < 3; ++c) {  // one output at a time, for fewer live sums
     hn::Vec<D32> sums[4];
     for (int j = 0; j < 4; ++j) sums[j] = CmykSum(d16, c, cy[j], m1[j]);
