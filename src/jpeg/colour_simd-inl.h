@@ -327,6 +327,13 @@ HWY_INLINE hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, h
   return hn::RearrangeToOddPlusEven(even, odd);
 }
 
+// The lanes of the lower (half 0) or the upper (half 1) half of each 128-bit
+// block of a, interleaved with those of b.
+template <class D>
+HWY_INLINE hn::Vec<D> InterleaveHalf(D d, int half, hn::Vec<D> a, hn::Vec<D> b) {
+  return half == 0 ? hn::InterleaveLower(d, a, b) : hn::InterleaveUpper(d, a, b);
+}
+
 // Output kC of formula F for the 16-bit pixels r, g, b, as bytes in pixel
 // order.
 template <class F, int kC, class D16>
@@ -635,15 +642,12 @@ HWY_INLINE void CmykStep(D32 d32, const SumOrder<D32>& order, const colour::SrcR
     const auto zero = hn::Zero(du8);
     const auto one = hn::Set(d16, 1);
     for (int h = 0; h < 2; ++h) {
-      const auto widen = [&](int c) {
-        return hn::BitCast(d16, h == 0 ? hn::InterleaveLower(du8, planes[c], zero)
-                                       : hn::InterleaveUpper(du8, planes[c], zero));
-      };
+      const auto widen = [&](int c) { return hn::BitCast(d16, InterleaveHalf(du8, h, planes[c], zero)); };
       const auto c16 = widen(0), m16 = widen(1), y16 = widen(2);
-      cy[2 * h] = hn::InterleaveLower(d16, c16, y16);
-      cy[2 * h + 1] = hn::InterleaveUpper(d16, c16, y16);
-      m1[2 * h] = hn::InterleaveLower(d16, m16, one);
-      m1[2 * h + 1] = hn::InterleaveUpper(d16, m16, one);
+      for (int q = 0; q < 2; ++q) {
+        cy[2 * h + q] = InterleaveHalf(d16, q, c16, y16);
+        m1[2 * h + q] = InterleaveHalf(d16, q, m16, one);
+      }
     }
 #else
     const auto bytePairs = [&](bool upper, int c) {  // planes c and c + 1 as 16-bit lanes
@@ -829,10 +833,10 @@ struct FieldPairLoader {
     for (int h = 0; h < 2; ++h) {
       hn::Vec<D16> r, g, b;
       Channels(src, x, h, r, g, b);
-      rg[2 * h] = hn::InterleaveLower(d16, r, g);
-      rg[2 * h + 1] = hn::InterleaveUpper(d16, r, g);
-      bk[2 * h] = hn::InterleaveLower(d16, b, k);
-      bk[2 * h + 1] = hn::InterleaveUpper(d16, b, k);
+      for (int q = 0; q < 2; ++q) {
+        rg[2 * h + q] = InterleaveHalf(d16, q, r, g);
+        bk[2 * h + q] = InterleaveHalf(d16, q, b, k);
+      }
     }
   }
 
@@ -844,7 +848,7 @@ struct FieldPairLoader {
       const hn::Repartition<uint8_t, D16> d8;
       const auto widen = [&](int c) {
         const auto bytes = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x), zero = hn::Zero(d8);
-        return hn::BitCast(D16(), h == 0 ? hn::InterleaveLower(d8, bytes, zero) : hn::InterleaveUpper(d8, bytes, zero));
+        return hn::BitCast(D16(), InterleaveHalf(d8, h, bytes, zero));
       };
       r = widen(0);
       g = widen(1);
@@ -1105,16 +1109,14 @@ class InverseWide {
     const auto y = load(0), cb = load(1), cr = load(2);
     hn::Vec<D16> pr[4], pb[4];
     for (int h = 0; h < 2; ++h) {
-      const auto half = [&](hn::Vec<D8> bytes, uint8_t k) {
-        return h == 0 ? hn::InterleaveLower(d8, bytes, hn::Set(d8, k)) : hn::InterleaveUpper(d8, bytes, hn::Set(d8, k));
-      };
+      const auto half = [&](hn::Vec<D8> bytes, uint8_t k) { return InterleaveHalf(d8, h, bytes, hn::Set(d8, k)); };
       const auto yk = half(y, kInverseYr.k);
       const auto yr = Element(yk, kInverseYr), yb = Element(yk, kInverseYb);
       const auto crE = Element(half(cr, kInverseCr.k), kInverseCr), cbE = Element(half(cb, kInverseCb.k), kInverseCb);
-      pr[2 * h] = hn::InterleaveLower(d16, crE, yr);
-      pr[2 * h + 1] = hn::InterleaveUpper(d16, crE, yr);
-      pb[2 * h] = hn::InterleaveLower(d16, cbE, yb);
-      pb[2 * h + 1] = hn::InterleaveUpper(d16, cbE, yb);
+      for (int q = 0; q < 2; ++q) {
+        pr[2 * h + q] = InterleaveHalf(d16, q, crE, yr);
+        pb[2 * h + q] = InterleaveHalf(d16, q, cbE, yb);
+      }
     }
     const auto wr = WeightPair(d16, 11485, 16384), wb = WeightPair(d16, 29032, 16384),
                wgb = WeightPair(d16, -5638, -7767), wgr = WeightPair(d16, -5850, 24151);
