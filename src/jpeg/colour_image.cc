@@ -28,12 +28,12 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   int32_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
   if constexpr (kForwardMadd<In, F> && In::kKind == Kind::kInterleaved) {
-    // Each quarter's load reads 4 bytes a pixel: stop where the last one
-    // would pass the row.
-    const PairLoader<In, hn::ScalableTag<int32_t>> loader;
-    const auto order = SumsInRowOrder(d, SumLayout::kRuns);
+    // Stop where a step's loads would pass the row.
+    using Loader = PairLoader<In, hn::ScalableTag<int32_t>>;
+    const Loader loader;
+    const auto order = SumsInRowOrder(d, Loader::kLayout);
     const RowPrefetch prefetch(Ptr<uint8_t>(src, 0), In::kPixelBytes * width);
-    for (; x + 4 * lanes <= end && In::kPixelBytes * (x + 3 * lanes) + 4 * lanes <= In::kPixelBytes * width;
+    for (; x + 4 * lanes <= end && In::kPixelBytes * x + Loader::BytesRead(lanes) <= In::kPixelBytes * width;
          x += 4 * lanes) {
       prefetch.Step(In::kPixelBytes * x, In::kPixelBytes * 4 * lanes);
       ForwardPairsStep<Out, F>(loader, order, src, dst, x);

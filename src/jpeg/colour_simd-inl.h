@@ -405,13 +405,14 @@ HWY_INLINE hn::Vec<D8> InRowOrder(D8 d8, const Order& order, hn::Vec<D8> bytes) 
   return hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(du32, bytes), order));
 }
 
-// Where the 4N pixels of a step lie in its four vectors of sums: pixels
-// 16j..16j+15 in vector j (kRuns); or the halves of the step each
-// interleaved once from 16-bit lanes, block b of vector 2h + q holding
-// pixels 32h + 8b + 4q.. (kHalfQuads); or planes of bytes interleaved twice,
-// block b of vector 2h + q holding pixels 16b + 8h + 4q.. (kQuads). Four
-// lanes a block each time.
-enum class SumLayout { kRuns, kHalfQuads, kQuads };
+// Where the 4N pixels of a step lie in its four vectors of sums, four
+// lanes a block: pixels 16j..16j+15 in vector j (kRuns); or the halves of
+// the step each interleaved once from 16-bit lanes, block b of vector 2h + q
+// holding pixels 32h + 8b + 4q.. (kHalfQuads); or planes of bytes
+// interleaved twice, block b of vector 2h + q holding pixels
+// 16b + 8h + 4q.. (kQuads); or half h of the runs of 16 pixels 2s and
+// 2s + 1 in vector 2h + s (kHalfRuns).
+enum class SumLayout { kRuns, kHalfQuads, kQuads, kHalfRuns };
 
 #if HWY_TARGET <= HWY_AVX3
 // ---- Sums to bytes on AVX-512 ----------------------------------------------------------
@@ -442,16 +443,22 @@ constexpr int VecLaneOf(SumLayout layout, int p) {
     case SumLayout::kHalfQuads:
       return 16 * (2 * (p / 32) + p % 8 / 4) + 4 * (p % 32 / 8) + p % 4;
     case SumLayout::kQuads:
+      return 16 * (2 * (p % 16 / 8) + p % 8 / 4) + 4 * (p / 16) + p % 4;
+    case SumLayout::kHalfRuns:
       break;
   }
-  return 16 * (2 * (p % 16 / 8) + p % 8 / 4) + 4 * (p / 16) + p % 4;
+  return 16 * (2 * (p % 16 / 8) + p / 32) + 4 * (2 * (p / 16 % 2) + p % 8 / 4) + p % 4;
 }
 
-// Where a step's pixels come out of the pack: in row order for kQuads, whose
-// permutes each take half of every run of 16; else eighths b and b + 4 of
-// the row in block b, for one 64-bit lane permutation to put in order.
+// Whether the permutes each take half of every run of 16, so that the pack
+// leaves the pixels in row order; else it leaves eighths b and b + 4 of the
+// row in block b, for one 64-bit lane permutation to put in order.
+constexpr bool PacksInRowOrder(SumLayout layout) {
+  return layout == SumLayout::kQuads || layout == SumLayout::kHalfRuns;
+}
+
 constexpr int PackedAt(SumLayout layout, int p) {
-  return layout == SumLayout::kQuads ? p : 16 * (p % 32 / 8) + 8 * (p / 32) + p % 8;
+  return PacksInRowOrder(layout) ? p : 16 * (p % 32 / 8) + 8 * (p / 32) + p % 8;
 }
 
 template <SumLayout kLayout>
@@ -469,8 +476,9 @@ SumOrder<D32> SumsInRowOrder(D32, SumLayout layout) {
   const hn::Repartition<uint16_t, D32> du16;
   const Gather& g = layout == SumLayout::kRuns       ? kGatherOf<SumLayout::kRuns>
                     : layout == SumLayout::kHalfQuads ? kGatherOf<SumLayout::kHalfQuads>
-                                                      : kGatherOf<SumLayout::kQuads>;
-  return {{hn::LoadU(du16, g[0].data()), hn::LoadU(du16, g[1].data())}, layout != SumLayout::kQuads};
+                    : layout == SumLayout::kQuads     ? kGatherOf<SumLayout::kQuads>
+                                                      : kGatherOf<SumLayout::kHalfRuns>;
+  return {{hn::LoadU(du16, g[0].data()), hn::LoadU(du16, g[1].data())}, !PacksInRowOrder(layout)};
 }
 #else
 template <class D32>
@@ -689,81 +697,102 @@ HWY_INLINE void CmykStep(D32 d32, const SumOrder<D32>& order, const colour::SrcR
 
 // ---- Interleaved bytes straight to multiply-add pairs ------------------------------
 //
-// N interleaved pixels (N the 32-bit lane count) become one 32-bit lane each,
-// as the 16-bit pairs (R, G) and (B, 2), in pixel order: 3-byte pixels are
-// first moved four to a 128-bit block (pixels 4k..4k+3 are the 32-bit words
-// 3k..3k+2), then byte shuffles within each block widen the channels. One
-// vector load serves N pixels, so it reads 4N bytes.
+// 4N interleaved pixels (N the 32-bit lane count) become one 32-bit lane
+// each, as the 16-bit pairs (R, G) and (B, 2): 3-byte pixels are first moved
+// four to a 128-bit block (pixels 4k..4k+3 are the 32-bit words 3k..3k+2),
+// then byte shuffles within each block widen the channels. A vector load
+// serves N pixels, so it reads 4N bytes (SumLayout::kRuns); AVX-512 loads the
+// 192 bytes of 64 3-byte pixels once and fills each vector with four groups
+// of four from two of the loads (SumLayout::kHalfRuns), and merges the
+// shuffle for (B, 2) into a vector of the 2s.
 
 template <class In, class D>
-struct PairLoader {
+class PairLoader {
+ public:
   using D32 = D;
-  using D8 = hn::Repartition<uint8_t, D32>;
   using D16 = hn::Repartition<int16_t, D32>;
-  // AVX-512 moves 3-byte pixels by a two-table permute whose second table
-  // gives each block a fourth word of constant bytes, so that the shuffle
-  // takes the 2 of (B, 2) from there.
-  static constexpr bool kConstantInBlock = HWY_TARGET <= HWY_AVX3 && In::kPixelBytes == 3;
-  LaneOrder<D32> blocks;
-  hn::Vec<D8> rg, b;
-  hn::Vec<D32> constant;
+  static constexpr bool kThreeLoads = HWY_TARGET <= HWY_AVX3 && In::kPixelBytes == 3;
+  static constexpr SumLayout kLayout = kThreeLoads ? SumLayout::kHalfRuns : SumLayout::kRuns;
 
-  // Byte k of block j of the shuffle: channel `first` (and `second`, -1 for
-  // the constant) of pixel k / 4 as the low bytes of 16-bit lanes, 0x80 for
-  // zero.
-  static hn::Vec<D8> Shuffle(int first, int second) {
-    alignas(16) uint8_t idx[16];
-    for (int k = 0; k < 16; ++k) {
-      const int channel = k % 4 == 0 ? first : k % 4 == 2 ? second : -2;
-      idx[k] = static_cast<uint8_t>(channel >= 0 ? In::kPixelBytes * (k / 4) + In::kOffset[channel]
-                                    : channel == -1 && kConstantInBlock ? 12 : 0x80);
-    }
-    return hn::LoadDup128(D8(), idx);
-  }
-  static LaneOrder<D32> Blocks() {
+  PairLoader() : rg_(Shuffle(0, 1)), b_(Shuffle(2, -1)), two_(hn::Set(D32(), kPairConstant << 16)) {
     const hn::RebindToUnsigned<D32> du;
-    alignas(64) uint32_t idx[16] = {};
-    for (size_t i = 0; i < hn::Lanes(du); ++i) {
-      idx[i] = static_cast<uint32_t>(i % 4 == 3 && kConstantInBlock ? hn::Lanes(du) : 3 * (i / 4) + std::min<size_t>(i % 4, 2));
-    }
+    for (int j = 0; j < 4; ++j) {
+      alignas(64) uint32_t idx[16] = {};
+      for (size_t i = 0; i < hn::Lanes(du); ++i) idx[i] = WordOf(j, static_cast<int>(i));
 #if HWY_TARGET <= HWY_AVX3
-    if constexpr (kConstantInBlock) return {hn::Load(du, idx).raw};  // indices of the second table
+      if constexpr (kThreeLoads) {  // indices into two tables, which SetTableIndices does not take
+        groups_[j] = hn::Load(du, idx).raw;
+        continue;
+      }
 #endif
-    return hn::SetTableIndices(du, idx);
+      if (j == 0) blocks_ = hn::SetTableIndices(du, idx);
+    }
   }
-  PairLoader()
-      : blocks(Blocks()),
-        rg(Shuffle(0, 1)),
-        b(Shuffle(2, -1)),
-        constant(hn::Set(D32(), kConstantInBlock ? 0x01010101 * kPairConstant : kPairConstant << 16)) {}
 
-  static constexpr SumLayout kLayout = SumLayout::kRuns;
+  // The bytes a step reads from its first pixel's.
+  static int32_t BytesRead(int32_t n) { return kThreeLoads ? 12 * n : In::kPixelBytes * 3 * n + 4 * n; }
 
-  // Pixels [x, x + 4N) as vectors of N pixels each.
   HWY_INLINE void Pairs(const colour::SrcRow& src, int32_t x, hn::Vec<D16> (&rg)[4], hn::Vec<D16> (&bk)[4]) const {
+    const D8 d8;
     const uint8_t* p = colour::Ptr<uint8_t>(src, 0) + In::kPixelBytes * x;
+#if HWY_TARGET <= HWY_AVX3
+    if constexpr (kThreeLoads) {
+      __m512i loads[3];
+      for (int i = 0; i < 3; ++i) loads[i] = hn::LoadU(d8, p + 64 * i).raw;
+      for (int j = 0; j < 4; ++j) {
+        Widen(hn::Vec<D8>{_mm512_permutex2var_epi32(loads[j % 2], groups_[j], loads[j % 2 + 1])}, rg[j], bk[j]);
+      }
+      return;
+    }
+#endif
+    const hn::RebindToUnsigned<D32> du;
     const auto n = static_cast<int32_t>(hn::Lanes(D32()));
-    for (int j = 0; j < 4; ++j) Load(p + In::kPixelBytes * n * j, rg[j], bk[j]);
+    for (int j = 0; j < 4; ++j) {
+      auto bytes = hn::LoadU(d8, p + In::kPixelBytes * n * j);
+      if constexpr (In::kPixelBytes == 3) bytes = hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(du, bytes), blocks_));
+      Widen(bytes, rg[j], bk[j]);
+    }
   }
 
  private:
-  HWY_INLINE void Load(const uint8_t* p, hn::Vec<D16>& rgPairs, hn::Vec<D16>& bPairs) const {
-    const D32 d32;
-    const hn::RebindToUnsigned<D32> du;
-    auto bytes = hn::LoadU(D8(), p);
-#if HWY_TARGET <= HWY_AVX3
-    if constexpr (kConstantInBlock) {
-      bytes = hn::BitCast(D8(), hn::Vec<D32>{_mm512_permutex2var_epi32(hn::BitCast(d32, bytes).raw, blocks.raw,
-                                                                         constant.raw)});
-    }
-#endif
-    if constexpr (In::kPixelBytes == 3 && !kConstantInBlock) {
-      bytes = hn::BitCast(D8(), hn::TableLookupLanes(hn::BitCast(du, bytes), blocks));
-    }
-    rgPairs = hn::BitCast(D16(), hn::TableLookupBytesOr0(bytes, rg));
-    bPairs = hn::BitCast(D16(), hn::TableLookupBytesOr0(bytes, b));
-    if constexpr (!kConstantInBlock) bPairs = hn::BitCast(D16(), hn::Or(hn::BitCast(d32, bPairs), constant));
+  using D8 = hn::Repartition<uint8_t, D32>;
+
+  // The 32-bit word of the step's bytes (of two loads, from load j % 2, for
+  // three loads) that lane i of vector j takes.
+  static uint32_t WordOf(int j, int i) {
+    const int k = std::min(i % 4, 2);
+    if (!kThreeLoads) return static_cast<uint32_t>(In::kPixelBytes == 3 ? 3 * (i / 4) + k : i);
+    const int pixel = 16 * (2 * (j % 2) + i / 8) + 8 * (j / 2) + 4 * (i / 4 % 2);
+    return static_cast<uint32_t>(3 * (pixel / 4) + k - 16 * (j % 2));
   }
+
+  // Byte k of block j of the shuffle: channel `first` (and `second`, -1 for
+  // none) of pixel k / 4 as the low bytes of 16-bit lanes, 0x80 for zero.
+  static hn::Vec<D8> Shuffle(int first, int second) {
+    alignas(16) uint8_t idx[16];
+    for (int k = 0; k < 16; ++k) {
+      const int channel = k % 4 == 0 ? first : k % 4 == 2 ? second : -1;
+      idx[k] = static_cast<uint8_t>(channel < 0 ? 0x80 : In::kPixelBytes * (k / 4) + In::kOffset[channel]);
+    }
+    return hn::LoadDup128(D8(), idx);
+  }
+
+  HWY_INLINE void Widen(hn::Vec<D8> bytes, hn::Vec<D16>& rg, hn::Vec<D16>& bk) const {
+    rg = hn::BitCast(D16(), hn::TableLookupBytesOr0(bytes, rg_));
+#if HWY_TARGET <= HWY_AVX3
+    bk = hn::BitCast(D16(), hn::Vec<D8>{_mm512_mask_shuffle_epi8(hn::BitCast(D8(), two_).raw, 0x3333333333333333ull,
+                                                                 bytes.raw, b_.raw)});  // B's 16 bits from the shuffle
+#else
+    bk = hn::BitCast(D16(), hn::Or(hn::BitCast(D32(), hn::TableLookupBytesOr0(bytes, b_)), two_));
+#endif
+  }
+
+  hn::Vec<D8> rg_, b_;
+  hn::Vec<D32> two_;
+#if HWY_TARGET <= HWY_AVX3
+  __m512i groups_[4];
+#endif
+  LaneOrder<D32> blocks_;
 };
 
 // f(integral_constant<int, 0>), ..., f(integral_constant<int, kN - 1>):
