@@ -241,6 +241,8 @@ HWY_INLINE VPx<D> VectorFormula(colour::InverseCmyk, D d, const VPx<D>& p) {
 //    in the plain form.
 // Where all weights are even the sums are even, so a constant's lowest bit
 // never changes where they cross a multiple of the scale: 2c drops it.
+// Sources that give G doubled at no cost (gShift 1) halve its weights, and
+// then luma at scale 2^14 moves to 2^16 as well, where its weights fit.
 // In the 16-bit steps pixels are paired with their neighbours by
 // interleaving the lower and the upper lanes of each 128-bit block;
 // narrowing the two halves back block by block restores the pixel order.
@@ -265,19 +267,22 @@ struct PlainOutput {
   int32_t wr, wg, wb, k;
 };
 
-constexpr MaddOutput LumaMadd(PlainOutput plain, int scale) { return {plain.wr, plain.wg, plain.wb, plain.k, scale, 0}; }
+constexpr MaddOutput LumaMadd(PlainOutput plain, int scale, int gShift = 0) {
+  const int32_t m = gShift == 0 ? 1 : 1 << (16 - scale);
+  return {m * plain.wr, (m * plain.wg) >> gShift, m * plain.wb, m * plain.k, gShift == 0 ? scale : 16, 0};
+}
 
-constexpr MaddOutput ChromaMadd(PlainOutput plain, int scale) {
+constexpr MaddOutput ChromaMadd(PlainOutput plain, int scale, int gShift = 0) {
   const int32_t m = 1 << (16 - scale);
-  return {-m * plain.wr, -m * plain.wg, -m * plain.wb, (1 << 23) - 1 - m * plain.k, 16, 0x7F};
+  return {-m * plain.wr, (-m * plain.wg) >> gShift, -m * plain.wb, (1 << 23) - 1 - m * plain.k, 16, 0x7F};
 }
 
 inline constexpr MaddFormula kMadd15 = {{LumaMadd({9798, 19235, 3736, 16266}, 15),
                                          ChromaMadd({-5529, -10855, 16384, 4210688}, 15),
                                          ChromaMadd({16384, -13720, -2664, 4210704}, 15)}};
-constexpr MaddFormula Madd14(colour::CbWeights cb) {
-  return {{LumaMadd({4899, 9617, 1868, 8192}, 14), ChromaMadd({cb.r, cb.g, 8192, 2105344}, 14),
-           ChromaMadd({8192, -6860, -1332, 2105344}, 14)}};
+constexpr MaddFormula Madd14(colour::CbWeights cb, int gShift = 0) {
+  return {{LumaMadd({4899, 9617, 1868, 8192}, 14, gShift), ChromaMadd({cb.r, cb.g, 8192, 2105344}, 14, gShift),
+           ChromaMadd({8192, -6860, -1332, 2105344}, 14, gShift)}};
 }
 
 // Every weight and c fit 16 bits, and dropping the constant's lowest bit
@@ -290,7 +295,8 @@ constexpr bool FitsPairs(const MaddFormula& f) {
   }
   return true;
 }
-static_assert(FitsPairs(kMadd15) && FitsPairs(Madd14(colour::kCb2764)) && FitsPairs(Madd14(colour::kCb2765)));
+static_assert(FitsPairs(kMadd15) && FitsPairs(Madd14(colour::kCb2764)) && FitsPairs(Madd14(colour::kCb2765)) &&
+              FitsPairs(Madd14(colour::kCb2764, 1)));
 
 // Which forward kernels take this path: RGB sources (not CMYK).
 template <class In, class F>
@@ -301,12 +307,13 @@ constexpr bool kForwardMadd =
     !std::is_same_v<F, colour::ForwardCmyk> && !std::is_same_v<F, colour::InverseGroupsOf4> &&
     !std::is_same_v<F, colour::InverseCmyk>;
 
-template <class F>
+template <class F, int kGShift = 0>
 constexpr MaddFormula MaddOf() {
   if constexpr (std::is_same_v<F, colour::ForwardGroupsOf8> || std::is_same_v<F, colour::Forward15Everywhere>) {
+    static_assert(kGShift == 0);
     return kMadd15;
   } else {
-    return Madd14(F::kCb);
+    return Madd14(F::kCb, kGShift);
   }
 }
 
@@ -713,6 +720,7 @@ class PairLoader {
   using D16 = hn::Repartition<int16_t, D32>;
   static constexpr bool kThreeLoads = HWY_TARGET <= HWY_AVX3 && In::kPixelBytes == 3;
   static constexpr SumLayout kLayout = kThreeLoads ? SumLayout::kHalfRuns : SumLayout::kRuns;
+  static constexpr int kGShift = 0;
 
   PairLoader() : rg_(Shuffle(0, 1)), b_(Shuffle(2, -1)), two_(hn::Set(D32(), kPairConstant << 16)) {
     const hn::RebindToUnsigned<D32> du;
@@ -815,7 +823,7 @@ HWY_INLINE void ForwardPairsStep(const Loader& loader, const SumOrder<typename L
   hn::Vec<decltype(d16)> rg[4], bk[4];
   loader.Pairs(src, x, rg, bk);
   ForEachOutput<Out::kChannels>([&](auto c) {
-    constexpr MaddOutput o = MaddOf<F>().out[c];
+    constexpr MaddOutput o = MaddOf<F, Loader::kGShift>().out[c];
     const auto wrg = WeightPair(d16, o.wr, o.wg), wbk = WeightPair(d16, o.wb, o.k >> 1);
     hn::Vec<D32> sum[4];
     for (int j = 0; j < 4; ++j) sum[j] = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, bk[j], wbk));
@@ -830,16 +838,15 @@ HWY_INLINE void ForwardPairsStep(const Loader& loader, const SumOrder<typename L
 }
 
 // 16-bit pixels' fields moved to the top of a byte, as the plain form
-// unpacks them.
-template <class In, class DU16>
+// unpacks them; G kGShift bits further.
+template <class In, int kGShift = 0, class DU16>
 HWY_INLINE void PackedFields(DU16 du16, hn::Vec<DU16> p, hn::Vec<DU16>& r, hn::Vec<DU16>& g, hn::Vec<DU16>& b) {
   const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(du16, 31)));
-  const auto mid = In::kIs565 ? hn::ShiftRight<3>(hn::And(p, hn::Set(du16, 2016)))
-                              : hn::ShiftRight<2>(hn::And(p, hn::Set(du16, 992)));
   const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(du16, 63488)))
                                : hn::ShiftRight<7>(hn::And(p, hn::Set(du16, 31744)));
   r = In::kIsRedFirst ? low : high;
-  g = mid;
+  g = In::kIs565 ? hn::ShiftRight<3 - kGShift>(hn::And(p, hn::Set(du16, 2016)))
+                 : hn::ShiftRight<2 - kGShift>(hn::And(p, hn::Set(du16, 992)));
   b = In::kIsRedFirst ? high : low;
 }
 
@@ -854,6 +861,7 @@ struct FieldPairLoader {
   using D32 = hn::ScalableTag<int32_t>;
   using D16 = hn::Repartition<int16_t, D32>;
   static constexpr SumLayout kLayout = In::kKind == colour::Kind::kPlanes ? SumLayout::kQuads : SumLayout::kHalfQuads;
+  static constexpr int kGShift = 1;  // G doubled, for luma without a shift
   static constexpr int32_t kPixels = 64;
 
   HWY_INLINE void Pairs(const colour::SrcRow& src, int32_t x, hn::Vec<D16> (&rg)[4], hn::Vec<D16> (&bk)[4]) const {
@@ -879,12 +887,13 @@ struct FieldPairLoader {
         const auto bytes = hn::LoadU(d8, colour::Ptr<uint8_t>(src, c) + x), zero = hn::Zero(d8);
         return hn::BitCast(D16(), InterleaveHalf(d8, h, bytes, zero));
       };
+      const auto g1 = widen(1);
       r = widen(0);
-      g = widen(1);
+      g = hn::Add(g1, g1);
       b = widen(2);
     } else {
       hn::Vec<decltype(du16)> ur, ug, ub;
-      PackedFields<In>(du16, hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x + 32 * h), ur, ug, ub);
+      PackedFields<In, kGShift>(du16, hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x + 32 * h), ur, ug, ub);
       r = hn::BitCast(D16(), ur);
       g = hn::BitCast(D16(), ug);
       b = hn::BitCast(D16(), ub);
