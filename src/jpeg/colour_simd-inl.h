@@ -733,7 +733,7 @@ class PairLoader {
         continue;
       }
 #endif
-      if (j == 0) blocks_ = hn::SetTableIndices(du, idx);
+      if (j == 0 && In::kPixelBytes == 3) blocks_ = hn::SetTableIndices(du, idx);
     }
   }
 
