@@ -1,8 +1,8 @@
 // Whole-image 4:4:4 colour conversion and CMYK/YCCK: every export against the
 // per-column reference formulas, in every form, at every width around the
 // vector and group boundaries, with unaligned rows; every combination of end
-// levels in a pixel; the two inverse scales over every (Cb, Cr) pair; thread
-// counts; argument-check orders.
+// levels in a pixel; every 555/565 word; the two inverse scales over every
+// (Cb, Cr) pair; thread counts; argument-check orders.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -215,6 +215,24 @@ TEST(Colour444, EndLevelsInEveryForm) {
         }
       }
       CheckCase(c, src, w, 1);
+    }
+  });
+}
+
+// Every 555 and 565 word, a row per high byte: each field at every value.
+TEST(Colour444, EveryPackedPixelInEveryForm) {
+  const std::vector<Case> cases = Cases();
+  test::ForEachForm([&] {
+    for (const Case& c : cases) {
+      if (c.srcPlanes != 1 || c.srcBytes != 2) continue;
+      TestImage src(1, 2, 256, 256, true);
+      for (int r = 0; r < 256; ++r) {
+        for (int x = 0; x < 256; ++x) {
+          src.planes[0][r * src.step + 2 * x] = static_cast<Vek8u>(x);
+          src.planes[0][r * src.step + 2 * x + 1] = static_cast<Vek8u>(r);
+        }
+      }
+      CheckCase(c, src, 256, 256);
     }
   });
 }

@@ -28,31 +28,52 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
   int32_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
   if constexpr (kForwardMadd<In, F> && In::kKind == Kind::kInterleaved) {
-    // Each quarter's load reads 4 bytes a pixel: stop where the last one
-    // would pass the row.
-    const PairLoader<In, decltype(d)> loader;
-    const auto order = BlocksInRowOrder(d);
-    const RowPrefetch prefetch(src, In::kPixelBytes * width);
-    for (; x + 4 * lanes <= end && In::kPixelBytes * (x + 3 * lanes) + 4 * lanes <= In::kPixelBytes * width;
+    // Stop where a step's loads would pass the row.
+    using Loader = PairLoader<In, hn::ScalableTag<int32_t>>;
+    const Loader loader;
+    const auto order = SumsInRowOrder(d, Loader::kLayout);
+    const RowPrefetch prefetch(Ptr<uint8_t>(src, 0), In::kPixelBytes * width);
+    for (; x + 4 * lanes <= end && In::kPixelBytes * x + Loader::BytesRead(lanes) <= In::kPixelBytes * width;
          x += 4 * lanes) {
       prefetch.Step(In::kPixelBytes * x, In::kPixelBytes * 4 * lanes);
-      ForwardPairsStep<In, Out, F>(loader, order, src, dst, x);
+      ForwardPairsStep<Out, F>(loader, order, src, dst, x);
     }
   }
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (kForwardMadd<In, F> && In::kKind != Kind::kInterleaved) {
+    const FieldPairLoader<In> loader;
+    const auto order = SumsInRowOrder(d, loader.kLayout);
+    for (; x + loader.kPixels <= end; x += loader.kPixels) ForwardPairsStep<Out, F>(loader, order, src, dst, x);
+  }
+#endif
   if constexpr (kForwardMadd<In, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     for (; x + pairs <= end; x += pairs) ForwardMaddStep<In, Out, F>(src, dst, x);
   }
   if constexpr (std::is_same_v<F, ForwardCmyk>) {
-    const hn::ScalableTag<uint32_t> du32;
-    const auto order = BlocksInRowOrder(du32);
+    const auto order = SumsInRowOrder(d, In::kKind == Kind::kInterleaved ? SumLayout::kRuns : SumLayout::kQuads);
     // Four planes are four streams the hardware prefetcher keeps up with.
-    const RowPrefetch prefetch(src, In::kKind == Kind::kInterleaved ? 4 * width : 0);
+    const RowPrefetch prefetch(Ptr<uint8_t>(src, 0), In::kKind == Kind::kInterleaved ? 4 * width : 0);
     for (; x + 4 * lanes <= end; x += 4 * lanes) {
       prefetch.Step(4 * x, 16 * lanes);
-      CmykStep<In>(du32, order, src, dst, x);
+      CmykStep<In>(d, order, src, dst, x);
     }
   }
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (kInverseMadd<In, Out, F> && Out::kKind != Kind::kPacked) {
+    const InverseWide<Out> wide;
+    // Y, Cb and Cr read for an interleaved destination; planes out, and K,
+    // the hardware prefetcher keeps up with.
+    const int32_t ahead = Out::kKind == Kind::kInterleaved ? width : 0;
+    const RowPrefetch y(Ptr<uint8_t>(src, 0), ahead), cb(Ptr<uint8_t>(src, 1), ahead), cr(Ptr<uint8_t>(src, 2), ahead);
+    for (; x + wide.kPixels <= end; x += wide.kPixels) {
+      y.Step(x, wide.kPixels);
+      cb.Step(x, wide.kPixels);
+      cr.Step(x, wide.kPixels);
+      wide.template Step<F>(src, dst, x, fill);
+    }
+  }
+#endif
   if constexpr (kInverseMadd<In, Out, F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     if constexpr (Out::kKind == Kind::kInterleaved) {

@@ -69,8 +69,7 @@ void ForwardChromaRow(const SrcImage& src, int32_t w, int32_t h, const PlaneStor
       LoadRgb<In>(line[k == 0 ? 0 : 1] + In::kPixelBytes * 2 * cx, r8, g8, b8);
       const auto r = hn::PromoteTo(d16, r8), g = hn::PromoteTo(d16, g8), b = hn::PromoteTo(d16, b8);
       if (k < rows) {
-        hn::StoreU(hn::DemoteTo(d8, ForwardOutput<14>(d16, r, g, b, Madd14(colour::kCb2764).out[0])), d8,
-                   luma[k] + 2 * cx);
+        hn::StoreU(ForwardBytes<colour::Forward14Everywhere<colour::kCb2764.r>, 0>(d16, r, g, b), d8, luma[k] + 2 * cx);
       }
       cbSum = hn::Add(cbSum, hn::Add(hn::Add(PairDot(d16, r, wr), PairDot(d16, g, wg)), PairDot(d16, b, w8192)));
       crSum = hn::Add(crSum, hn::Add(hn::Add(PairDot(d16, r, w8192), PairDot(d16, g, wgr)), PairDot(d16, b, wbr)));
