@@ -19,11 +19,12 @@ namespace vek {
 
 inline constexpr uint32_t LowMask(int n) { return (uint32_t{1} << n) - 1; }  // n < 32
 
-// The magnitude category (JPEG SSSS) of v: the number of bits of |v|.
-inline int Category(int32_t v) { return std::bit_width(static_cast<uint32_t>(v < 0 ? -v : v)); }
-// The same for v != 0, where the low bit set changes nothing and spares the
-// test for 0.
+// The magnitude category (JPEG SSSS) of v != 0: the number of bits of |v|;
+// the low bit set changes nothing and spares the test for 0.
 inline int NonzeroCategory(int32_t v) { return std::bit_width(static_cast<uint32_t>(v < 0 ? -v : v) | 1u); }
+// The same for any v, 0 giving 0, without a branch on it (DC differences
+// are 0 often enough to mispredict).
+inline int Category(int32_t v) { return NonzeroCategory(v) - static_cast<int>(v == 0); }
 
 // The bits sent after a category's code: v, or v - 1 when v is negative,
 // cut to `category` low bits.
