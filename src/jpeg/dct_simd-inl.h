@@ -36,7 +36,7 @@ HWY_INLINE hn::Vec<D> JoinRows(D d, const V8* rows) {
 
 // The inverse of JoinRows.
 template <class D>
-HWY_INLINE void SplitRows(D d, hn::Vec<D> v, V8* rows) {
+HWY_INLINE void SplitRows(D, hn::Vec<D> v, V8* rows) {
   if constexpr (RowsPerVector(D()) == 1) {
     rows[0] = v;
   } else {
