@@ -43,7 +43,9 @@ const char* ModeName(Mode mode);
 const char* SubsamplingName(Subsampling subsampling);
 
 // Throws std::runtime_error naming the failing step when status < 0.
-[[noreturn]] void ThrowFailure(int status, const char* what);
+[[noreturn]] inline void ThrowFailure(int status, const char* what) {
+  throw std::runtime_error(std::string(what) + " failed with status " + std::to_string(status));
+}
 inline void Check(int status, const char* what) {
   if (status < 0) ThrowFailure(status, what);
 }

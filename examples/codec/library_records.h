@@ -29,10 +29,33 @@ using DecodeSpec = std::unique_ptr<DecodeHuffmanSpec, DecodeSpecFree>;
 using EncodeState = std::unique_ptr<EncodeHuffmanState, EncodeStateFree>;
 using DecodeState = std::unique_ptr<DecodeHuffmanState, DecodeStateFree>;
 
-EncodeSpec MakeEncodeSpec(const HuffmanTable& table);
-DecodeSpec MakeDecodeSpec(const HuffmanTable& table);
-EncodeState MakeEncodeState();
-DecodeState MakeDecodeState();
+// Inline, so that whoever includes them builds them against the library it
+// links (the shared one, or the tests' static one).
+inline EncodeSpec MakeEncodeSpec(const HuffmanTable& table) {
+  EncodeHuffmanSpec* spec = nullptr;
+  Check(vekiEncodeHuffmanSpecInitAlloc_JPEG_8u(table.bits.data(), table.values.data(), &spec),
+        "building a Huffman encode table");
+  return EncodeSpec(spec);
+}
+
+inline DecodeSpec MakeDecodeSpec(const HuffmanTable& table) {
+  DecodeHuffmanSpec* spec = nullptr;
+  Check(vekiDecodeHuffmanSpecInitAlloc_JPEG_8u(table.bits.data(), table.values.data(), &spec),
+        "building a Huffman decode table");
+  return DecodeSpec(spec);
+}
+
+inline EncodeState MakeEncodeState() {
+  EncodeHuffmanState* state = nullptr;
+  Check(vekiEncodeHuffmanStateInitAlloc_JPEG_8u(&state), "allocating an encoder state");
+  return EncodeState(state);
+}
+
+inline DecodeState MakeDecodeState() {
+  DecodeHuffmanState* state = nullptr;
+  Check(vekiDecodeHuffmanStateInitAlloc_JPEG_8u(&state), "allocating a decoder state");
+  return DecodeState(state);
+}
 
 // An 8-bit sample plane; `rows_above` extra rows precede row 0 so that the
 // up-samplers can read one row of context above (and, with one spare row

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
+#include "library_records.h"
 #include "vekj.h"
 
 namespace vek::test {
@@ -20,55 +20,20 @@ inline void Check(VekStatus st, const char* what) {
   if (st != vekStsOk) [[unlikely]] Fail(st, what);
 }
 
-struct EncodeTableFree {
-  void operator()(EncodeHuffmanSpec* p) const { vekiEncodeHuffmanSpecFree_JPEG_8u(p); }
-};
-struct DecodeTableFree {
-  void operator()(DecodeHuffmanSpec* p) const { vekiDecodeHuffmanSpecFree_JPEG_8u(p); }
-};
-struct EncodeStateFree {
-  void operator()(EncodeHuffmanState* p) const { vekiEncodeHuffmanStateFree_JPEG_8u(p); }
-};
-struct DecodeStateFree {
-  void operator()(DecodeHuffmanState* p) const { vekiDecodeHuffmanStateFree_JPEG_8u(p); }
-};
-using EncodeTable = std::unique_ptr<EncodeHuffmanSpec, EncodeTableFree>;
-using DecodeTable = std::unique_ptr<DecodeHuffmanSpec, DecodeTableFree>;
-using EncodeState = std::unique_ptr<EncodeHuffmanState, EncodeStateFree>;
-using DecodeState = std::unique_ptr<DecodeHuffmanState, DecodeStateFree>;
+using codec::DecodeState;
+using codec::EncodeState;
+using codec::MakeDecodeState;
+using codec::MakeEncodeState;
+using EncodeTable = codec::EncodeSpec;
+using DecodeTable = codec::DecodeSpec;
 
-std::array<uint8_t, 256> PaddedValues(const JpegHuffmanTable& t) {
-  std::array<uint8_t, 256> vals{};
-  std::copy_n(t.values.begin(), std::min<std::size_t>(t.values.size(), 256), vals.begin());
-  return vals;
-}
-
+// The tables a scan carries; none where it carries none.
 EncodeTable MakeEncodeTable(const std::optional<JpegHuffmanTable>& t) {
-  if (!t) return nullptr;
-  const auto vals = PaddedValues(*t);
-  EncodeHuffmanSpec* spec = nullptr;
-  Check(vekiEncodeHuffmanSpecInitAlloc_JPEG_8u(t->bits.data(), vals.data(), &spec), "EncodeHuffmanSpecInitAlloc");
-  return EncodeTable(spec);
+  return t ? codec::MakeEncodeSpec(*t) : nullptr;
 }
 
 DecodeTable MakeDecodeTable(const std::optional<JpegHuffmanTable>& t) {
-  if (!t) return nullptr;
-  const auto vals = PaddedValues(*t);
-  DecodeHuffmanSpec* spec = nullptr;
-  Check(vekiDecodeHuffmanSpecInitAlloc_JPEG_8u(t->bits.data(), vals.data(), &spec), "DecodeHuffmanSpecInitAlloc");
-  return DecodeTable(spec);
-}
-
-EncodeState MakeEncodeState() {
-  EncodeHuffmanState* state = nullptr;
-  Check(vekiEncodeHuffmanStateInitAlloc_JPEG_8u(&state), "EncodeHuffmanStateInitAlloc");
-  return EncodeState(state);
-}
-
-DecodeState MakeDecodeState() {
-  DecodeHuffmanState* state = nullptr;
-  Check(vekiDecodeHuffmanStateInitAlloc_JPEG_8u(&state), "DecodeHuffmanStateInitAlloc");
-  return DecodeState(state);
+  return t ? codec::MakeDecodeSpec(*t) : nullptr;
 }
 
 enum class ScanKind { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
