@@ -40,6 +40,25 @@ void RunPixels(benchmark::State& state, double pixels, std::size_t memcpy_bytes,
   if (memcpy_bytes != 0) state.counters["x_memcpy"] = copyBest / best;
 }
 
+void SideBySide(benchmark::State& state, double pixels, const std::string& peer, const std::function<void()>& ours,
+                const std::function<void()>& theirs) {
+  double oursBest = 1e9, theirsBest = 1e9;
+  bool oursFirst = true;
+  for (auto _ : state) {
+    for (int turn = 0; turn < 2; ++turn) {
+      if ((turn == 0) == oursFirst) {
+        oursBest = std::min(oursBest, SecondsOf(ours));
+      } else {
+        theirsBest = std::min(theirsBest, SecondsOf(theirs));
+      }
+    }
+    oursFirst = !oursFirst;
+  }
+  state.counters["vekj_MP/s"] = pixels / oursBest / 1e6;
+  state.counters[peer + "_MP/s"] = pixels / theirsBest / 1e6;
+  state.counters["ratio"] = theirsBest / oursBest;
+}
+
 std::string FormName(int64_t target) { return std::string("hwy_") + hwy::TargetName(target); }
 
 std::vector<Form> Forms() {

@@ -20,6 +20,12 @@ namespace vek::bench {
 // call: on a shared machine the slower calls mostly measure interruptions.
 void RunPixels(benchmark::State& state, double pixels, std::size_t memcpy_bytes, const std::function<void()>& body);
 
+// Runs ours() and theirs() once per iteration, alternating which goes first,
+// and reports "vekj_MP/s" and "<peer>_MP/s" for `pixels` pixels per call and
+// their "ratio" (vekj over the peer), each from its fastest call.
+void SideBySide(benchmark::State& state, double pixels, const std::string& peer, const std::function<void()>& ours,
+                const std::function<void()>& theirs);
+
 // Highway's name of a target, prefixed so that its SCALAR baseline is not
 // mistaken for our plain C++ forms.
 std::string FormName(int64_t target);

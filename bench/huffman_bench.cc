@@ -3,8 +3,7 @@
 // path: decoding is vekj's block decoder over every scan (into coefficient
 // arrays kept between calls; every block is cleared by the decoder) against
 // jpeg_read_coefficients of the same file (which allocates and clears its
-// own); encoding is vekj's block encoder
-// against jpeg_write_coefficients of the same coefficients, each into an
+// own); encoding is vekj's block encoder against jpeg_write_coefficients of the same coefficients, each into an
 // output buffer of its own that is large enough and kept between calls.
 // Each iteration runs both, alternating which goes first; the counters give
 // megapixels per second for each from its fastest call (on a shared machine
@@ -12,10 +11,9 @@
 // libjpeg-turbo).
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <chrono>
 #include <vector>
 
+#include "bench_util.h"
 #include "support/coefficients.h"
 #include "support/jpeg_markers.h"
 #include "support/libjpeg_peer.h"
@@ -46,39 +44,11 @@ const Photograph& Cups() {
   return photo;
 }
 
-double Seconds(const std::chrono::steady_clock::time_point& start) {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// Runs ours() and theirs() once per iteration, the order alternating, and
-// reports both rates from the fastest call of each, and the ratio.
-template <class Ours, class Theirs>
-void SideBySide(benchmark::State& state, const Ours& ours, const Theirs& theirs) {
-  double oursBest = 1e9, theirsBest = 1e9;
-  bool oursFirst = true;
-  for (auto _ : state) {
-    for (int turn = 0; turn < 2; ++turn) {
-      const auto start = std::chrono::steady_clock::now();
-      if ((turn == 0) == oursFirst) {
-        ours();
-        oursBest = std::min(oursBest, Seconds(start));
-      } else {
-        theirs();
-        theirsBest = std::min(theirsBest, Seconds(start));
-      }
-    }
-    oursFirst = !oursFirst;
-  }
-  state.counters["vekj_MP/s"] = Cups().megapixels / oursBest;
-  state.counters["libjpeg_MP/s"] = Cups().megapixels / theirsBest;
-  state.counters["ratio"] = theirsBest / oursBest;
-}
-
 void Decode(benchmark::State& state) {
   const Photograph& p = Cups();
   test::CoefImage into = p.coefs;
   SideBySide(
-      state, [&] { test::DecodeWithVekj(p.parsed, into); },
+      state, p.megapixels * 1e6, "libjpeg", [&] { test::DecodeWithVekj(p.parsed, into); },
       [&] { test::ReadCoefficientsOnlyWithLibjpeg(p.file); });
 }
 
@@ -88,7 +58,7 @@ void Encode(benchmark::State& state) {
   const test::JpegScan& scan = p.parsed.scans.at(0);
   std::vector<uint8_t> ours, theirsOut(2 * p.file.size());
   SideBySide(
-      state, [&] { benchmark::DoNotOptimize(test::EncodeScanWithVekj(p.parsed.frame, scan, p.coefs, ours)); },
+      state, p.megapixels * 1e6, "libjpeg", [&] { benchmark::DoNotOptimize(test::EncodeScanWithVekj(p.parsed.frame, scan, p.coefs, ours)); },
       [&] { benchmark::DoNotOptimize(theirs.Write(theirsOut)); });
 }
 

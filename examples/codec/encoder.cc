@@ -424,9 +424,9 @@ void EncodeProgressiveScan(const Frame& frame, const Scan& scan, std::vector<Coe
            [&](const BlockRef* b, const int16_t* block, Vek8u* dst, int length, int* pos, int flush) {
              if (dc_scan) {
                Vek16s* last = b ? &last_dc[static_cast<std::size_t>(b->scan_component)] : nullptr;
-               const EncodeHuffmanSpec* spec =
+               const EncodeHuffmanSpec* table =
                    b ? specs[static_cast<std::size_t>(scan.components[static_cast<std::size_t>(b->scan_component)].dc)].get() : nullptr;
-               return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, dst, length, pos, last, scan.al, spec, state.get(), flush);
+               return vekiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, dst, length, pos, last, scan.al, table, state.get(), flush);
              }
              if (scan.ah == 0) {
                return vekiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, dst, length, pos, scan.ss, scan.se, scan.al,
