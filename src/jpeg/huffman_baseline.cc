@@ -178,7 +178,7 @@ VekStatus impl::vekiEncodeHuffman8x8_JPEG_16s1u_C1(const Vek16s* pSrc, Vek8u* pD
   if (VekStatus st = CheckEncoderOutput(pDst, dstLenBytes, pDstCurrPos, pEncHuffState)) return st;
   if (bFlushState) return FlushBits(pDst, dstLenBytes, pDstCurrPos, pEncHuffState);
   if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pLastDC).Ptr(pDcTable).Ptr(pAcTable).Position(pDstCurrPos)) return st;
-  if (dstLenBytes - *pDstCurrPos >= kFastWriterRoom) {
+  if (FastWriterFits(dstLenBytes, *pDstCurrPos)) {
     return VEK_PICK(CodeBlockFastScalar, CodeBlockFast)(pSrc, *pLastDC, pDcTable, pAcTable, pDst, pDstCurrPos,
                                                          pEncHuffState);
   }

@@ -63,6 +63,7 @@ inline uint32_t CodeBits(uint32_t entry) { return entry & 0xFFFF; }
 // most, stuffing and a pending end-of-band run with 1024 correction bits
 // included; with this much left the fast writer cannot run out.
 inline constexpr int32_t kFastWriterRoom = 1024;
+inline bool FastWriterFits(int32_t length, int32_t pos) { return length - pos >= kFastWriterRoom; }
 
 // A code and its extra bits as two puts, for writers whose puts store at
 // once: a failing second put leaves the first one's effect.

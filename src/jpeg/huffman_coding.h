@@ -42,7 +42,7 @@ VekStatus RunAndFinish(Bits&& bits, const Code& code) {
 // room, else with the put-by-put one.
 template <class Code>
 VekStatus WithStuffingWriter(Vek8u* dst, int32_t length, int32_t* pos, EncodeHuffmanState* state, const Code& code) {
-  if (length - *pos >= kFastWriterRoom) return RunAndFinish(FastStuffingWriter(dst, pos, state), code);
+  if (FastWriterFits(length, *pos)) return RunAndFinish(FastStuffingWriter(dst, pos, state), code);
   return RunAndFinish(StuffingWriter(dst, length, pos, state), code);
 }
 
