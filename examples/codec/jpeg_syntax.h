@@ -69,9 +69,10 @@ class JpegWriter {
   void Dht(int table_class, int id, const HuffmanTable& table);
   void Dri(int interval);
   void Sos(const Frame& frame, const Scan& scan);
+  // Any segment: the marker, the length and the body.
+  void Segment(uint8_t marker, const std::vector<uint8_t>& body);
 
  private:
-  void Segment(uint8_t marker, const std::vector<uint8_t>& body);
   std::vector<uint8_t>& out_;
 };
 

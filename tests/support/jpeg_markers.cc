@@ -128,23 +128,31 @@ JpegFile ParseJpeg(const std::vector<uint8_t>& bytes) {
   return file;
 }
 
-JpegWriter::JpegWriter() { Marker(0xD8); }
+namespace {
 
-void JpegWriter::Marker(int code) {
-  out_.push_back(0xFF);
-  out_.push_back(static_cast<uint8_t>(code));
+codec::Frame CodecFrame(const JpegFrame& frame) {
+  codec::Frame f;
+  f.sof = static_cast<uint8_t>(frame.marker);
+  f.precision = frame.precision;
+  f.width = frame.width;
+  f.height = frame.height;
+  f.components = frame.components;
+  return f;
 }
 
-void JpegWriter::Segment(int code, const std::vector<uint8_t>& body) {
-  Marker(code);
-  const std::size_t length = body.size() + 2;
-  out_.push_back(static_cast<uint8_t>(length >> 8));
-  out_.push_back(static_cast<uint8_t>(length));
-  out_.insert(out_.end(), body.begin(), body.end());
+codec::Scan CodecScan(const JpegScan& scan) {
+  codec::Scan s{{}, scan.ss, scan.se, scan.ah, scan.al};
+  for (const JpegScanComponent& c : scan.components) s.components.push_back({c.index, c.dcTable, c.acTable});
+  return s;
 }
 
-void JpegWriter::AdobeNoColourTransform() { Segment(0xEE, {'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0}); }
+}  // namespace
 
+JpegWriter::JpegWriter() { writer_.Marker(codec::kSoi); }
+
+void JpegWriter::AdobeNoColourTransform() { writer_.Adobe(0); }
+
+// 16-bit values when any is above 255 (the codec's own tables are 8-bit).
 void JpegWriter::QuantTable(int id, const std::array<uint16_t, 64>& zigzagValues) {
   bool wide = false;
   for (uint16_t q : zigzagValues) wide |= q > 255;
@@ -153,44 +161,24 @@ void JpegWriter::QuantTable(int id, const std::array<uint16_t, 64>& zigzagValues
     if (wide) body.push_back(static_cast<uint8_t>(q >> 8));
     body.push_back(static_cast<uint8_t>(q));
   }
-  Segment(0xDB, body);
+  writer_.Segment(codec::kDqt, body);
 }
 
-void JpegWriter::Frame(const JpegFrame& frame) {
-  std::vector<uint8_t> body{static_cast<uint8_t>(frame.precision), static_cast<uint8_t>(frame.height >> 8),
-                            static_cast<uint8_t>(frame.height), static_cast<uint8_t>(frame.width >> 8),
-                            static_cast<uint8_t>(frame.width), static_cast<uint8_t>(frame.components.size())};
-  for (const JpegComponent& c : frame.components) {
-    body.insert(body.end(), {static_cast<uint8_t>(c.id), static_cast<uint8_t>(c.h << 4 | c.v), static_cast<uint8_t>(c.tq)});
-  }
-  Segment(frame.marker, body);
-}
+void JpegWriter::Frame(const JpegFrame& frame) { writer_.Sof(CodecFrame(frame)); }
 
 void JpegWriter::HuffmanTable(int tableClass, int id, const JpegHuffmanTable& table) {
-  std::vector<uint8_t> body{static_cast<uint8_t>(tableClass << 4 | id)};
-  body.insert(body.end(), table.bits.begin(), table.bits.end());
-  body.insert(body.end(), table.values.begin(), table.values.end());
-  Segment(0xC4, body);
+  writer_.Dht(tableClass, id, table);
 }
 
-void JpegWriter::RestartInterval(int interval) {
-  Segment(0xDD, {static_cast<uint8_t>(interval >> 8), static_cast<uint8_t>(interval)});
-}
+void JpegWriter::RestartInterval(int interval) { writer_.Dri(interval); }
 
 void JpegWriter::Scan(const JpegFrame& frame, const JpegScan& scan) {
-  std::vector<uint8_t> body{static_cast<uint8_t>(scan.components.size())};
-  for (const JpegScanComponent& c : scan.components) {
-    body.push_back(static_cast<uint8_t>(frame.components.at(static_cast<std::size_t>(c.index)).id));
-    body.push_back(static_cast<uint8_t>(c.dcTable << 4 | c.acTable));
-  }
-  body.insert(body.end(), {static_cast<uint8_t>(scan.ss), static_cast<uint8_t>(scan.se),
-                           static_cast<uint8_t>(scan.ah << 4 | scan.al)});
-  Segment(0xDA, body);
+  writer_.Sos(CodecFrame(frame), CodecScan(scan));
   out_.insert(out_.end(), scan.data.begin(), scan.data.end());
 }
 
 std::vector<uint8_t> JpegWriter::Finish() {
-  Marker(0xD9);
+  writer_.Marker(codec::kEoi);
   return std::move(out_);
 }
 

@@ -17,11 +17,7 @@ namespace vek::test {
 // ITU-T T.81 Annex K.3.
 using JpegHuffmanTable = codec::HuffmanTable;
 
-struct JpegComponent {
-  int id = 0;
-  int h = 1, v = 1;   // sampling factors
-  int tq = 0;         // quantisation table
-};
+using JpegComponent = codec::FrameComponent;
 
 struct JpegScanComponent {
   int index = 0;      // into JpegFrame::components
@@ -50,10 +46,13 @@ struct JpegFile {
 // Throws std::runtime_error on what it cannot follow.
 JpegFile ParseJpeg(const std::vector<uint8_t>& bytes);
 
-// Writes markers in the order of the calls.
+// Writes markers in the order of the calls, through the example codec's
+// segment writer.
 class JpegWriter {
  public:
   JpegWriter();  // SOI
+  JpegWriter(const JpegWriter&) = delete;  // the codec's writer refers to out_
+  JpegWriter& operator=(const JpegWriter&) = delete;
   // An Adobe APP14 segment saying that three components are not YCbCr.
   void AdobeNoColourTransform();
   void QuantTable(int id, const std::array<uint16_t, 64>& zigzagValues);
@@ -65,9 +64,8 @@ class JpegWriter {
   std::vector<uint8_t> Finish();  // EOI
 
  private:
-  void Marker(int code);
-  void Segment(int code, const std::vector<uint8_t>& body);
   std::vector<uint8_t> out_;
+  codec::JpegWriter writer_{out_};
 };
 
 }  // namespace vek::test
