@@ -10,13 +10,13 @@ int CeilDiv(int a, int b) { return (a + b - 1) / b; }
 
 CoefImage MakeCoefImage(const JpegFrame& frame) {
   int hmax = 1, vmax = 1;
-  for (const JpegComponent& c : frame.components) {
+  for (const codec::FrameComponent& c : frame.components) {
     hmax = std::max(hmax, c.h);
     vmax = std::max(vmax, c.v);
   }
   const int mcusX = CeilDiv(frame.width, 8 * hmax), mcusY = CeilDiv(frame.height, 8 * vmax);
   CoefImage image{frame.width, frame.height, {}};
-  for (const JpegComponent& c : frame.components) {
+  for (const codec::FrameComponent& c : frame.components) {
     CoefComponent comp;
     comp.h = c.h;
     comp.v = c.v;

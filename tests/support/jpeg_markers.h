@@ -1,7 +1,6 @@
-// A small JPEG marker parser and writer for tests, benchmarks and examples:
-// frames (baseline, extended, progressive, lossless), Huffman and
-// quantisation tables, restart intervals and scans with their entropy-coded
-// bytes. It checks only what it needs to find its way through a file.
+// A JPEG file held whole for tests and benchmarks: the frame and every scan
+// with its tables, restart interval and entropy-coded bytes, read and written
+// through the example codec's segment reader and writer.
 #pragma once
 
 #include <array>
@@ -16,26 +15,13 @@ namespace vek::test {
 // BITS and HUFFVAL; codec::kLuminanceDc and its siblings are the tables of
 // ITU-T T.81 Annex K.3.
 using JpegHuffmanTable = codec::HuffmanTable;
+using JpegFrame = codec::Frame;
 
-using JpegComponent = codec::FrameComponent;
-
-struct JpegScanComponent {
-  int index = 0;      // into JpegFrame::components
-  int dcTable = 0, acTable = 0;
-};
-
-struct JpegScan {
-  std::vector<JpegScanComponent> components;
-  int ss = 0, se = 63, ah = 0, al = 0;  // lossless: ss is the predictor, al the point transform
-  int restartInterval = 0;              // in MCUs (lossless: in MCU rows times width)
+// A scan header with what the file gives the scan.
+struct JpegScan : codec::Scan {
+  int restartInterval = 0;                                // in MCUs (lossless: in MCU rows times width)
   std::array<std::optional<JpegHuffmanTable>, 4> dc, ac;  // tables in force for the scan
-  std::vector<uint8_t> data;            // entropy-coded bytes, restart markers included
-};
-
-struct JpegFrame {
-  int marker = 0xC0;                    // SOF0, SOF1, SOF2 or SOF3
-  int precision = 8, width = 0, height = 0;
-  std::vector<JpegComponent> components;
+  std::vector<uint8_t> data;                              // entropy-coded bytes, restart markers included
 };
 
 struct JpegFile {
@@ -43,7 +29,7 @@ struct JpegFile {
   std::vector<JpegScan> scans;
 };
 
-// Throws std::runtime_error on what it cannot follow.
+// Throws std::runtime_error on what the codec's reader refuses.
 JpegFile ParseJpeg(const std::vector<uint8_t>& bytes);
 
 // Writes markers in the order of the calls, through the example codec's

@@ -39,7 +39,7 @@ DecodeTable MakeDecodeTable(const std::optional<JpegHuffmanTable>& t) {
 enum class ScanKind { kSequential, kDcFirst, kDcRefine, kAcFirst, kAcRefine };
 
 ScanKind KindOf(const JpegFrame& frame, const JpegScan& scan) {
-  if (frame.marker != 0xC2) return ScanKind::kSequential;
+  if (!frame.Progressive()) return ScanKind::kSequential;
   if (scan.ss == 0) return scan.ah == 0 ? ScanKind::kDcFirst : ScanKind::kDcRefine;
   return scan.ah == 0 ? ScanKind::kAcFirst : ScanKind::kAcRefine;
 }
@@ -72,8 +72,8 @@ struct ScanTableSet {
 template <class Table, class Make>
 ScanTableSet<Table> ScanTables(const JpegScan& scan, ScanKind kind, const Make& make) {
   ScanTableSet<Table> set;
-  for (const JpegScanComponent& sc : scan.components) {
-    const auto d = static_cast<std::size_t>(sc.dcTable), a = static_cast<std::size_t>(sc.acTable);
+  for (const codec::ScanComponent& sc : scan.components) {
+    const auto d = static_cast<std::size_t>(sc.dc), a = static_cast<std::size_t>(sc.ac);
     if (UsesDcTables(kind) && !set.dc.at(d)) set.dc[d] = make(scan.dc[d]);
     if (UsesAcTables(kind) && !set.ac.at(a)) set.ac[a] = make(scan.ac[a]);
     set.dcOf.push_back(set.dc[d].get());
@@ -235,7 +235,7 @@ std::size_t EncodeScanWithVekj(const JpegFrame& frame, const JpegScan& scan, con
   const auto& acOf = tables.acOf;
   EncodeState state = MakeEncodeState();
   std::size_t blocks = 0;
-  for (const JpegScanComponent& sc : scan.components) blocks += image.components.at(static_cast<std::size_t>(sc.index)).coefs.size() / 64;
+  for (const codec::ScanComponent& sc : scan.components) blocks += image.components.at(static_cast<std::size_t>(sc.index)).coefs.size() / 64;
   if (out.size() < (blocks + 16) * kBlockBytes) out.resize((blocks + 16) * kBlockBytes);
   const int length = static_cast<int>(std::min<std::size_t>(out.size(), 0x7FFFFFFF));
   int pos = 0;
@@ -304,9 +304,9 @@ void SetOptimalTables(const JpegFrame& frame, JpegScan& scan, const CoefImage& i
   EncodeState state = MakeEncodeState();
   std::array<Vek16s, 4> lastDc{};
   const auto count = [&](int s, const int16_t* block, int flush) {
-    const JpegScanComponent& sc = scan.components[s];
-    Vek32u* dcs = dcCounts[sc.dcTable].data();
-    Vek32u* acs = acCounts[sc.acTable].data();
+    const codec::ScanComponent& sc = scan.components[s];
+    Vek32u* dcs = dcCounts[sc.dc].data();
+    Vek32u* acs = acCounts[sc.ac].data();
     switch (kind) {
       case ScanKind::kSequential:
         return flush ? vekStsOk : vekiGetHuffmanStatistics8x8_JPEG_16s_C1(block, dcs, acs, &lastDc[s]);
@@ -325,9 +325,9 @@ void SetOptimalTables(const JpegFrame& frame, JpegScan& scan, const CoefImage& i
         lastDc.fill(0);
       });
   Check(count(0, nullptr, 1), "statistics flush");
-  for (const JpegScanComponent& sc : scan.components) {
-    if (UsesDcTables(kind)) scan.dc[sc.dcTable] = OptimalTable(dcCounts[sc.dcTable]);
-    if (UsesAcTables(kind)) scan.ac[sc.acTable] = OptimalTable(acCounts[sc.acTable]);
+  for (const codec::ScanComponent& sc : scan.components) {
+    if (UsesDcTables(kind)) scan.dc[sc.dc] = OptimalTable(dcCounts[sc.dc]);
+    if (UsesAcTables(kind)) scan.ac[sc.ac] = OptimalTable(acCounts[sc.ac]);
   }
 }
 
@@ -375,10 +375,10 @@ std::vector<int> AllComponents(const JpegFrame& frame) {
 void WriteScanTables(JpegWriter& writer, const JpegFrame& frame, const JpegScan& scan) {
   const ScanKind kind = KindOf(frame, scan);
   std::array<bool, 4> dcDone{}, acDone{};
-  for (const JpegScanComponent& sc : scan.components) {
-    const auto d = static_cast<std::size_t>(sc.dcTable), a = static_cast<std::size_t>(sc.acTable);
-    if (UsesDcTables(kind) && !dcDone[d]) writer.HuffmanTable(0, sc.dcTable, *scan.dc[d]);
-    if (UsesAcTables(kind) && !acDone[a]) writer.HuffmanTable(1, sc.acTable, *scan.ac[a]);
+  for (const codec::ScanComponent& sc : scan.components) {
+    const auto d = static_cast<std::size_t>(sc.dc), a = static_cast<std::size_t>(sc.ac);
+    if (UsesDcTables(kind) && !dcDone[d]) writer.HuffmanTable(0, sc.dc, *scan.dc[d]);
+    if (UsesAcTables(kind) && !acDone[a]) writer.HuffmanTable(1, sc.ac, *scan.ac[a]);
     dcDone[d] = acDone[a] = true;
   }
 }
@@ -388,7 +388,7 @@ void WriteScanTables(JpegWriter& writer, const JpegFrame& frame, const JpegScan&
 std::vector<uint8_t> EncodeFileWithVekj(const JpegFrame& baseFrame, const CoefImage& image,
                                         const EncodeOptions& options) {
   JpegFrame frame = baseFrame;
-  frame.marker = options.progressive ? 0xC2 : 0xC0;
+  frame.sof = options.progressive ? codec::kSof2 : codec::kSof0;
   JpegWriter writer;
   std::array<uint16_t, 64> unit;
   unit.fill(1);
@@ -436,7 +436,7 @@ std::vector<std::vector<int16_t>> DifferenceRows(const LosslessImage& image, int
 std::vector<uint8_t> EncodeLosslessWithVekj(const LosslessImage& image) {
   const int n = static_cast<int>(image.planes.size());
   JpegFrame frame;
-  frame.marker = 0xC3;
+  frame.sof = codec::kSof3;
   frame.precision = image.precision;
   frame.width = image.width;
   frame.height = image.height;
@@ -496,7 +496,7 @@ LosslessImage DecodeLosslessWithVekj(const JpegFile& file) {
   std::array<DecodeTable, 4> tables;
   std::array<const DecodeHuffmanSpec*, 4> tablePtrs{};
   for (std::size_t c = 0; c < n; ++c) {
-    tables[c] = MakeDecodeTable(scan.dc[scan.components[c].dcTable]);
+    tables[c] = MakeDecodeTable(scan.dc[scan.components[c].dc]);
     tablePtrs[c] = tables[c].get();
     image.planes.emplace_back(w * static_cast<std::size_t>(image.height));
   }
