@@ -167,94 +167,81 @@ VekStatus CheckPlanar(S* src, int srcPlanes, int srcStep, D* dst, int dstPlanes,
   return check.Step(srcStep).Step(dstStep).Roi(roi);
 }
 
+// The rows of one buffer (kPlanes 0) or of an array of kPlanes planes.
+template <int kPlanes, class T>
+auto RowsOf(T* p, int step) {
+  if constexpr (kPlanes == 0) {
+    return OneBuffer(p, step);
+  } else {
+    return PlaneArray(p, kPlanes, step);
+  }
+}
+
+// A whole-image conversion: the checks, then every row through the kernel.
+template <RowKernel kKernel, Threads kThreads, int kSrcPlanes, int kDstPlanes, class S, class D>
+VekStatus ConvertImage(S* src, int srcStep, D* dst, int dstStep, VekiRoiSize roi) {
+  if (VekStatus st = CheckPlanar(src, kSrcPlanes, srcStep, dst, kDstPlanes, dstStep, roi)) return st;
+  return Convert(kKernel, kThreads, RowsOf<kSrcPlanes>(src, srcStep), RowsOf<kDstPlanes>(dst, dstStep), roi);
+}
+
+// Three planes to four-byte pixels with a constant fourth byte. No step
+// check here: pointers, then the region.
+template <RowKernel kKernel>
+VekStatus ConvertToC4(const Vek8u* const* src, int srcStep, Vek8u* dst, int dstStep, VekiRoiSize roi, Vek8u fourth) {
+  if (VekStatus st = ArgCheck().Ptr(src).Ptr(dst).Planes(src, 3).Roi(roi)) return st;
+  return Convert(kKernel, Threads::kCaller, PlaneArray(src, 3, srcStep), OneBuffer(dst, dstStep), roi, fourth);
+}
+
 }  // namespace
 
-// ---- Forward ------------------------------------------------------------------
-
-#define VEK_FORWARD_C_P(EXPORT, KERNEL, THREADS, SRC_T, PLANES)                                             \
-  VekStatus impl::EXPORT(const SRC_T* pSrc, int srcStep, Vek8u* const pDst[PLANES], int dstStep,            \
-                         VekiRoiSize roiSize) {                                                             \
-    if (VekStatus st = CheckPlanar(pSrc, 0, srcStep, pDst, PLANES, dstStep, roiSize)) return st;           \
-    return Convert(RowKernel::KERNEL, Threads::THREADS, OneBuffer(pSrc, srcStep), PlaneArray(pDst, PLANES, dstStep), \
-                   roiSize);                                                                                \
+// One export a line: source and destination types (one buffer, or an array
+// of planes), the row kernel, whether rows are shared among threads, and the
+// plane counts (0: one buffer).
+#define VEK_CONVERT_IMAGE(EXPORT, SRC, DST, KERNEL, THREADS, SRC_PLANES, DST_PLANES)                            \
+  VekStatus impl::EXPORT(SRC pSrc, int srcStep, DST pDst, int dstStep, VekiRoiSize roiSize) {                   \
+    return ConvertImage<RowKernel::KERNEL, Threads::THREADS, SRC_PLANES, DST_PLANES>(pSrc, srcStep, pDst, dstStep, \
+                                                                                    roiSize);                     \
   }
 
-VEK_FORWARD_C_P(vekiRGBToYCbCr_JPEG_8u_C3P3R, kRgbC3ToYcc, kShared, Vek8u, 3)
-VEK_FORWARD_C_P(vekiBGRToYCbCr_JPEG_8u_C3P3R, kBgrC3ToYcc, kShared, Vek8u, 3)
-VEK_FORWARD_C_P(vekiRGBToYCbCr_JPEG_8u_C4P3R, kRgbC4ToYcc, kCaller, Vek8u, 3)
-VEK_FORWARD_C_P(vekiBGRToYCbCr_JPEG_8u_C4P3R, kBgrC4ToYcc, kCaller, Vek8u, 3)
-VEK_FORWARD_C_P(vekiRGB555ToYCbCr_JPEG_16u8u_C3P3R, kRgb555ToYcc, kCaller, Vek16u, 3)
-VEK_FORWARD_C_P(vekiRGB565ToYCbCr_JPEG_16u8u_C3P3R, kRgb565ToYcc, kCaller, Vek16u, 3)
-VEK_FORWARD_C_P(vekiBGR555ToYCbCr_JPEG_16u8u_C3P3R, kBgr555ToYcc, kCaller, Vek16u, 3)
-VEK_FORWARD_C_P(vekiBGR565ToYCbCr_JPEG_16u8u_C3P3R, kBgr565ToYcc, kCaller, Vek16u, 3)
-VEK_FORWARD_C_P(vekiCMYKToYCCK_JPEG_8u_C4P4R, kCmykC4ToYcck, kShared, Vek8u, 4)
-#undef VEK_FORWARD_C_P
+// Forward
+VEK_CONVERT_IMAGE(vekiRGBToYCbCr_JPEG_8u_C3P3R, const Vek8u*, Vek8u* const*, kRgbC3ToYcc, kShared, 0, 3)
+VEK_CONVERT_IMAGE(vekiBGRToYCbCr_JPEG_8u_C3P3R, const Vek8u*, Vek8u* const*, kBgrC3ToYcc, kShared, 0, 3)
+VEK_CONVERT_IMAGE(vekiRGBToYCbCr_JPEG_8u_C4P3R, const Vek8u*, Vek8u* const*, kRgbC4ToYcc, kCaller, 0, 3)
+VEK_CONVERT_IMAGE(vekiBGRToYCbCr_JPEG_8u_C4P3R, const Vek8u*, Vek8u* const*, kBgrC4ToYcc, kCaller, 0, 3)
+VEK_CONVERT_IMAGE(vekiRGB555ToYCbCr_JPEG_16u8u_C3P3R, const Vek16u*, Vek8u* const*, kRgb555ToYcc, kCaller, 0, 3)
+VEK_CONVERT_IMAGE(vekiRGB565ToYCbCr_JPEG_16u8u_C3P3R, const Vek16u*, Vek8u* const*, kRgb565ToYcc, kCaller, 0, 3)
+VEK_CONVERT_IMAGE(vekiBGR555ToYCbCr_JPEG_16u8u_C3P3R, const Vek16u*, Vek8u* const*, kBgr555ToYcc, kCaller, 0, 3)
+VEK_CONVERT_IMAGE(vekiBGR565ToYCbCr_JPEG_16u8u_C3P3R, const Vek16u*, Vek8u* const*, kBgr565ToYcc, kCaller, 0, 3)
+VEK_CONVERT_IMAGE(vekiCMYKToYCCK_JPEG_8u_C4P4R, const Vek8u*, Vek8u* const*, kCmykC4ToYcck, kShared, 0, 4)
+VEK_CONVERT_IMAGE(vekiRGBToY_JPEG_8u_C3C1R, const Vek8u*, Vek8u*, kRgbC3ToY, kShared, 0, 0)
+VEK_CONVERT_IMAGE(vekiBGRToY_JPEG_8u_C3C1R, const Vek8u*, Vek8u*, kBgrC3ToY, kShared, 0, 0)
+VEK_CONVERT_IMAGE(vekiRGBToY_JPEG_8u_P3C1R, const Vek8u* const*, Vek8u*, kRgbP3ToY, kShared, 3, 0)
 
-VekStatus impl::vekiRGBToY_JPEG_8u_C3C1R(const Vek8u* pSrc, int srcStep, Vek8u* pDst, int dstStep,
-                                         VekiRoiSize roiSize) {
-  if (VekStatus st = CheckPlanar(pSrc, 0, srcStep, pDst, 0, dstStep, roiSize)) return st;
-  return Convert(RowKernel::kRgbC3ToY, Threads::kShared, OneBuffer(pSrc, srcStep), OneBuffer(pDst, dstStep), roiSize);
+// Planes to planes
+VEK_CONVERT_IMAGE(vekiRGBToYCbCr_JPEG_8u_P3R, const Vek8u* const*, Vek8u* const*, kRgbP3ToYcc, kShared, 3, 3)
+VEK_CONVERT_IMAGE(vekiYCbCrToRGB_JPEG_8u_P3R, const Vek8u* const*, Vek8u* const*, kYccToRgbP3, kShared, 3, 3)
+VEK_CONVERT_IMAGE(vekiCMYKToYCCK_JPEG_8u_P4R, const Vek8u* const*, Vek8u* const*, kCmykP4ToYcck, kShared, 4, 4)
+VEK_CONVERT_IMAGE(vekiYCCKToCMYK_JPEG_8u_P4R, const Vek8u* const*, Vek8u* const*, kYcckToCmykP4, kShared, 4, 4)
+
+// Inverse
+VEK_CONVERT_IMAGE(vekiYCbCrToRGB_JPEG_8u_P3C3R, const Vek8u* const*, Vek8u*, kYccToRgbC3, kShared, 3, 0)
+VEK_CONVERT_IMAGE(vekiYCbCrToBGR_JPEG_8u_P3C3R, const Vek8u* const*, Vek8u*, kYccToBgrC3, kShared, 3, 0)
+VEK_CONVERT_IMAGE(vekiYCbCrToRGB555_JPEG_8u16u_P3C3R, const Vek8u* const*, Vek16u*, kYccToRgb555, kCaller, 3, 0)
+VEK_CONVERT_IMAGE(vekiYCbCrToRGB565_JPEG_8u16u_P3C3R, const Vek8u* const*, Vek16u*, kYccToRgb565, kCaller, 3, 0)
+VEK_CONVERT_IMAGE(vekiYCbCrToBGR555_JPEG_8u16u_P3C3R, const Vek8u* const*, Vek16u*, kYccToBgr555, kCaller, 3, 0)
+VEK_CONVERT_IMAGE(vekiYCbCrToBGR565_JPEG_8u16u_P3C3R, const Vek8u* const*, Vek16u*, kYccToBgr565, kCaller, 3, 0)
+VEK_CONVERT_IMAGE(vekiYCCKToCMYK_JPEG_8u_P4C4R, const Vek8u* const*, Vek8u*, kYcckToCmykC4, kShared, 4, 0)
+#undef VEK_CONVERT_IMAGE
+
+VekStatus impl::vekiYCbCrToRGB_JPEG_8u_P3C4R(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep,
+                                             VekiRoiSize roiSize, Vek8u aval) {
+  return ConvertToC4<RowKernel::kYccToRgbC4>(pSrc, srcStep, pDst, dstStep, roiSize, aval);
 }
 
-VekStatus impl::vekiBGRToY_JPEG_8u_C3C1R(const Vek8u* pSrc, int srcStep, Vek8u* pDst, int dstStep,
-                                         VekiRoiSize roiSize) {
-  if (VekStatus st = CheckPlanar(pSrc, 0, srcStep, pDst, 0, dstStep, roiSize)) return st;
-  return Convert(RowKernel::kBgrC3ToY, Threads::kShared, OneBuffer(pSrc, srcStep), OneBuffer(pDst, dstStep), roiSize);
+VekStatus impl::vekiYCbCrToBGR_JPEG_8u_P3C4R(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep,
+                                             VekiRoiSize roiSize, Vek8u aval) {
+  return ConvertToC4<RowKernel::kYccToBgrC4>(pSrc, srcStep, pDst, dstStep, roiSize, aval);
 }
-
-VekStatus impl::vekiRGBToY_JPEG_8u_P3C1R(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep,
-                                         VekiRoiSize roiSize) {
-  if (VekStatus st = CheckPlanar(pSrc, 3, srcStep, pDst, 0, dstStep, roiSize)) return st;
-  return Convert(RowKernel::kRgbP3ToY, Threads::kShared, PlaneArray(pSrc, 3, srcStep), OneBuffer(pDst, dstStep),
-                 roiSize);
-}
-
-// ---- Planes to planes -----------------------------------------------------------
-
-#define VEK_PLANES(EXPORT, KERNEL, PLANES)                                                                   \
-  VekStatus impl::EXPORT(const Vek8u* const pSrc[PLANES], int srcStep, Vek8u* const pDst[PLANES], int dstStep,  \
-                         VekiRoiSize roiSize) {                                                              \
-    if (VekStatus st = CheckPlanar(pSrc, PLANES, srcStep, pDst, PLANES, dstStep, roiSize)) return st;        \
-    return Convert(RowKernel::KERNEL, Threads::kShared, PlaneArray(pSrc, PLANES, srcStep),                   \
-                   PlaneArray(pDst, PLANES, dstStep), roiSize);                                              \
-  }
-VEK_PLANES(vekiRGBToYCbCr_JPEG_8u_P3R, kRgbP3ToYcc, 3)
-VEK_PLANES(vekiYCbCrToRGB_JPEG_8u_P3R, kYccToRgbP3, 3)
-VEK_PLANES(vekiCMYKToYCCK_JPEG_8u_P4R, kCmykP4ToYcck, 4)
-VEK_PLANES(vekiYCCKToCMYK_JPEG_8u_P4R, kYcckToCmykP4, 4)
-#undef VEK_PLANES
-
-// ---- Inverse ------------------------------------------------------------------
-
-#define VEK_INVERSE_P_C(EXPORT, KERNEL, THREADS, DST_T, PLANES)                                             \
-  VekStatus impl::EXPORT(const Vek8u* const pSrc[PLANES], int srcStep, DST_T* pDst, int dstStep,            \
-                         VekiRoiSize roiSize) {                                                             \
-    if (VekStatus st = CheckPlanar(pSrc, PLANES, srcStep, pDst, 0, dstStep, roiSize)) return st;           \
-    return Convert(RowKernel::KERNEL, Threads::THREADS, PlaneArray(pSrc, PLANES, srcStep), OneBuffer(pDst, dstStep), \
-                   roiSize);                                                                                \
-  }
-
-VEK_INVERSE_P_C(vekiYCbCrToRGB_JPEG_8u_P3C3R, kYccToRgbC3, kShared, Vek8u, 3)
-VEK_INVERSE_P_C(vekiYCbCrToBGR_JPEG_8u_P3C3R, kYccToBgrC3, kShared, Vek8u, 3)
-VEK_INVERSE_P_C(vekiYCbCrToRGB555_JPEG_8u16u_P3C3R, kYccToRgb555, kCaller, Vek16u, 3)
-VEK_INVERSE_P_C(vekiYCbCrToRGB565_JPEG_8u16u_P3C3R, kYccToRgb565, kCaller, Vek16u, 3)
-VEK_INVERSE_P_C(vekiYCbCrToBGR555_JPEG_8u16u_P3C3R, kYccToBgr555, kCaller, Vek16u, 3)
-VEK_INVERSE_P_C(vekiYCbCrToBGR565_JPEG_8u16u_P3C3R, kYccToBgr565, kCaller, Vek16u, 3)
-VEK_INVERSE_P_C(vekiYCCKToCMYK_JPEG_8u_P4C4R, kYcckToCmykC4, kShared, Vek8u, 4)
-#undef VEK_INVERSE_P_C
-
-// No step check here: pointers, then the region.
-#define VEK_INVERSE_P_C4(EXPORT, KERNEL)                                                                     \
-  VekStatus impl::EXPORT(const Vek8u* const pSrc[3], int srcStep, Vek8u* pDst, int dstStep, VekiRoiSize roiSize, \
-                         Vek8u aval) {                                                                       \
-    if (VekStatus st = ArgCheck().Ptr(pSrc).Ptr(pDst).Planes(pSrc, 3).Roi(roiSize)) return st;             \
-    return Convert(RowKernel::KERNEL, Threads::kCaller, PlaneArray(pSrc, 3, srcStep), OneBuffer(pDst, dstStep), \
-                   roiSize, aval);                                                                           \
-  }
-
-VEK_INVERSE_P_C4(vekiYCbCrToRGB_JPEG_8u_P3C4R, kYccToRgbC4)
-VEK_INVERSE_P_C4(vekiYCbCrToBGR_JPEG_8u_P3C4R, kYccToBgrC4)
-#undef VEK_INVERSE_P_C4
 
 }  // namespace vek
 #endif  // HWY_ONCE
