@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "bench_util.h"
-#include "support/jpeg_tables.h"
+#include "jpeg_syntax.h"
 #include "support/photo_blocks.h"
 #include "vekj.h"
 
@@ -32,7 +32,7 @@ struct Stream {
 const Stream& TheStream() {
   static const Stream s = [] {
     Stream s;
-    s.raw = test::LuminanceQuantZigzag();
+    s.raw = codec::ToZigzag(codec::kLuminanceQuant);
     vekiQuantFwdRawTableInit_JPEG_8u(s.raw.data(), 75);
     vekiQuantFwdTableInit_JPEG_8u16u(s.raw.data(), s.fwd.data());
     vekiQuantInvTableInit_JPEG_8u16u(s.raw.data(), s.inv.data());

@@ -18,7 +18,7 @@
 #include "jpeg/dct.h"
 #include "jpeg/dct_fixed.h"
 #include "simd_check.h"
-#include "support/jpeg_tables.h"
+#include "jpeg_syntax.h"
 #include "support/photo.h"
 #include "support/photo_blocks.h"
 #include "vekj.h"
@@ -282,7 +282,7 @@ TEST(DctMembers, SixteenBitFormsAgreeWithTheLevelShiftedOnes) {
 TEST(DctMembers, RoundTripOfThePhotographMatchesLibjpegTurbo) {
   const test::Photo photo = test::LoadJpeg(test::TestDataPath(test::kBenchPhoto), 1);
   const int w = photo.width, h = photo.height;
-  std::array<Vek8u, 64> raw = test::LuminanceQuantZigzag();
+  std::array<Vek8u, 64> raw = codec::ToZigzag(codec::kLuminanceQuant);
   Table16 fwd, inv;
   ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(raw.data(), 75), vekStsOk);
   ASSERT_EQ(vekiQuantFwdTableInit_JPEG_8u16u(raw.data(), fwd.data()), vekStsOk);

@@ -14,7 +14,7 @@
 #include "jpeg/quantization.h"
 #include "jpeg/zigzag.h"
 #include "simd_check.h"
-#include "support/jpeg_tables.h"
+#include "jpeg_syntax.h"
 #include "vekj.h"
 
 namespace vek {
@@ -89,7 +89,7 @@ Raw PeerLuminanceTable(int quality) {
 
 // The T.81 Annex K luminance table scaled as libjpeg-turbo scales it.
 TEST(QuantRawTable, MatchesLibjpegTurboQualityScaling) {
-  const Raw luminance = test::LuminanceQuantZigzag();
+  const Raw luminance = codec::ToZigzag(codec::kLuminanceQuant);
   for (int quality : {1, 5, 10, 25, 33, 49, 50, 51, 75, 90, 95, 99, 100}) {
     Raw ours = luminance;
     ASSERT_EQ(vekiQuantFwdRawTableInit_JPEG_8u(ours.data(), quality), vekStsOk);

@@ -16,16 +16,6 @@ namespace {
 
 constexpr int kLuma = 0, kChroma = 1;  // quantisation and Huffman table numbers
 
-std::array<uint8_t, 64> ToZigzag(const std::array<uint8_t, 64>& natural) {
-  static constexpr uint8_t kOrder[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
-                                         12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
-                                         35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
-                                         58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
-  std::array<uint8_t, 64> zigzag{};
-  for (int k = 0; k < 64; ++k) zigzag[static_cast<std::size_t>(k)] = natural[kOrder[k]];
-  return zigzag;
-}
-
 Frame MakeFrame(const Image& image, const EncodeOptions& o) {
   Frame frame;
   frame.sof = o.mode == Mode::kProgressive ? kSof2 : o.mode == Mode::kLossless ? kSof3 : kSof0;
@@ -201,16 +191,6 @@ class McuCoder {
   const Restart& restart_;
 };
 
-int BlocksPerMcu(const Frame& frame, const Scan& scan) {
-  if (scan.components.size() == 1) return 1;
-  int blocks = 0;
-  for (const ScanComponent& c : scan.components) {
-    const FrameComponent& fc = frame.components[static_cast<std::size_t>(c.index)];
-    blocks += fc.h * fc.v;
-  }
-  return blocks;
-}
-
 // A whole scan over the picture's coefficients.
 template <class Restart, class Code>
 void CodeScan(const Frame& frame, const Scan& scan, std::vector<Coefficients>& coefs, int interval,
@@ -228,21 +208,6 @@ using Counts = std::array<Vek32u, 256>;
 
 bool AnyCounted(const Counts& counts) {
   return std::any_of(counts.begin(), counts.end(), [](Vek32u n) { return n > 0; });
-}
-
-// Optimal Huffman lists from symbol counts.
-HuffmanTable OptimalTable(const Counts& counts) {
-  std::array<int, 256> frequencies{};
-  std::transform(counts.begin(), counts.end(), frequencies.begin(),
-                 [](Vek32u n) { return static_cast<int>(std::min<Vek32u>(n, 0x7FFFFFFF)); });
-  HuffmanTable table;
-  std::array<Vek8u, 256> values{};
-  Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(frequencies.data(), table.bits.data(), values.data()),
-        "deriving an optimal table");
-  std::size_t n = 0;
-  for (uint8_t b : table.bits) n += b;
-  table.values.assign(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(n));
-  return table;
 }
 
 struct ScanTables {
@@ -279,15 +244,6 @@ void WriteTables(JpegWriter& w, const ScanTables& t, bool dc, bool ac) {
     if (dc && !t.dc[static_cast<std::size_t>(i)].values.empty()) w.Dht(0, i, t.dc[static_cast<std::size_t>(i)]);
     if (ac && !t.ac[static_cast<std::size_t>(i)].values.empty()) w.Dht(1, i, t.ac[static_cast<std::size_t>(i)]);
   }
-}
-
-Scan AllComponents(const Frame& frame, int ss, int se, int ah, int al) {
-  Scan scan{{}, ss, se, ah, al};
-  for (int c = 0; c < static_cast<int>(frame.components.size()); ++c) {
-    const int t = frame.components[static_cast<std::size_t>(c)].tq;
-    scan.components.push_back({c, t, t});
-  }
-  return scan;
 }
 
 // Baseline: one interleaved scan. With the standard tables each MCU row
@@ -337,31 +293,6 @@ void EncodeBaseline(const Image& image, const Frame& frame, const QuantTables& q
 }
 
 // ---- Progressive -----------------------------------------------------------
-
-// A common successive-approximation script: DC at reduced precision first,
-// then the low and high luminance bands and the chroma bands, then refinement.
-std::vector<Scan> ProgressiveScript(const Frame& frame) {
-  std::vector<Scan> script = {AllComponents(frame, 0, 0, 0, 1)};
-  const auto band = [](int c, int ss, int se, int ah, int al) { return Scan{{{c, 0, 0}}, ss, se, ah, al}; };
-  const bool colour = frame.components.size() == 3;
-  script.push_back(band(0, 1, 5, 0, 2));
-  if (colour) {
-    script.push_back(band(2, 1, 63, 0, 1));
-    script.push_back(band(1, 1, 63, 0, 1));
-  }
-  script.push_back(band(0, 6, 63, 0, 2));
-  script.push_back(band(0, 1, 63, 2, 1));
-  script.push_back(AllComponents(frame, 0, 0, 1, 0));
-  if (colour) {
-    script.push_back(band(2, 1, 63, 1, 0));
-    script.push_back(band(1, 1, 63, 1, 0));
-  }
-  script.push_back(band(0, 1, 63, 1, 0));
-  for (Scan& s : script) {
-    for (ScanComponent& c : s.components) c.dc = c.ac = s.ss == 0 ? frame.components[static_cast<std::size_t>(c.index)].tq : 0;
-  }
-  return script;
-}
 
 void EncodeProgressiveScan(const Frame& frame, const Scan& scan, std::vector<Coefficients>& coefs,
                            const EncodeOptions& o, JpegWriter& w, std::vector<uint8_t>& out) {

@@ -26,6 +26,9 @@ extern const std::array<uint8_t, 64> kLuminanceQuant;    // natural order
 extern const std::array<uint8_t, 64> kChrominanceQuant;  // natural order
 extern const HuffmanTable kLuminanceDc, kLuminanceAc, kChrominanceDc, kChrominanceAc;
 
+// A natural-order table in the zig-zag order of a DQT segment.
+std::array<uint8_t, 64> ToZigzag(const std::array<uint8_t, 64>& natural);
+
 struct FrameComponent {
   int id = 0;
   int h = 1, v = 1;  // sampling factors

@@ -1,7 +1,10 @@
-// Owners for the library's state records, and the coefficient and sample
-// planes the codec keeps between stages.
+// Owners for the library's state records, optimal tables from the library's
+// symbol counts, and the coefficient and sample planes the codec keeps
+// between stages.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -55,6 +58,22 @@ inline DecodeState MakeDecodeState() {
   DecodeHuffmanState* state = nullptr;
   Check(vekiDecodeHuffmanStateInitAlloc_JPEG_8u(&state), "allocating a decoder state");
   return DecodeState(state);
+}
+
+// Optimal Huffman lists from symbol counts (counts above INT_MAX taken as
+// INT_MAX).
+inline HuffmanTable OptimalTable(const std::array<Vek32u, 256>& counts) {
+  std::array<int, 256> frequencies{};
+  std::transform(counts.begin(), counts.end(), frequencies.begin(),
+                 [](Vek32u n) { return static_cast<int>(std::min<Vek32u>(n, 0x7FFFFFFF)); });
+  HuffmanTable table;
+  std::array<Vek8u, 256> values{};
+  Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(frequencies.data(), table.bits.data(), values.data()),
+        "deriving an optimal table");
+  std::size_t n = 0;
+  for (uint8_t b : table.bits) n += b;
+  table.values.assign(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(n));
+  return table;
 }
 
 // An 8-bit sample plane; `rows_above` extra rows precede row 0 so that the

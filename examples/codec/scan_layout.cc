@@ -16,17 +16,51 @@ ComponentGrid GridOf(const Frame& frame, int component) {
   return grid;
 }
 
+int BlocksPerMcu(const Frame& frame, const Scan& scan) {
+  if (scan.components.size() == 1) return 1;
+  int blocks = 0;
+  for (const ScanComponent& s : scan.components) {
+    const FrameComponent& c = frame.components[static_cast<std::size_t>(s.index)];
+    blocks += c.h * c.v;
+  }
+  return blocks;
+}
+
 int BlocksInScan(const Frame& frame, const Scan& scan) {
   if (scan.components.size() == 1) {
     const ComponentGrid grid = GridOf(frame, scan.components[0].index);
     return grid.coded_wide * grid.coded_high;
   }
-  int per_mcu = 0;
-  for (const ScanComponent& s : scan.components) {
-    const FrameComponent& c = frame.components[static_cast<std::size_t>(s.index)];
-    per_mcu += c.h * c.v;
+  return BlocksPerMcu(frame, scan) * frame.McusWide() * frame.McusHigh();
+}
+
+Scan AllComponents(const Frame& frame, int ss, int se, int ah, int al) {
+  Scan scan{{}, ss, se, ah, al};
+  for (int c = 0; c < static_cast<int>(frame.components.size()); ++c) {
+    const int t = frame.components[static_cast<std::size_t>(c)].tq;
+    scan.components.push_back({c, t, t});
   }
-  return per_mcu * frame.McusWide() * frame.McusHigh();
+  return scan;
+}
+
+std::vector<Scan> ProgressiveScript(const Frame& frame) {
+  std::vector<Scan> script = {AllComponents(frame, 0, 0, 0, 1)};
+  const auto band = [](int c, int ss, int se, int ah, int al) { return Scan{{{c, 0, 0}}, ss, se, ah, al}; };
+  const bool colour = frame.components.size() == 3;
+  script.push_back(band(0, 1, 5, 0, 2));
+  if (colour) {
+    script.push_back(band(2, 1, 63, 0, 1));
+    script.push_back(band(1, 1, 63, 0, 1));
+  }
+  script.push_back(band(0, 6, 63, 0, 2));
+  script.push_back(band(0, 1, 63, 2, 1));
+  script.push_back(AllComponents(frame, 0, 0, 1, 0));
+  if (colour) {
+    script.push_back(band(2, 1, 63, 1, 0));
+    script.push_back(band(1, 1, 63, 1, 0));
+  }
+  script.push_back(band(0, 1, 63, 1, 0));
+  return script;
 }
 
 }  // namespace codec

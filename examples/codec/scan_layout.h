@@ -22,8 +22,19 @@ struct BlockRef {
   int row, col;        // in the component's grid
 };
 
-// The number of blocks a scan codes.
+// The number of blocks a scan codes, and in each of its MCUs.
 int BlocksInScan(const Frame& frame, const Scan& scan);
+int BlocksPerMcu(const Frame& frame, const Scan& scan);
+
+// A scan of every component, each with the Huffman tables numbered as its
+// quantisation table.
+Scan AllComponents(const Frame& frame, int ss, int se, int ah, int al);
+
+// A common successive-approximation script: DC at reduced precision first,
+// then the low and high luminance bands and the chroma bands, then
+// refinement. DC scans take each component's tables; AC scans code one
+// component with tables 0.
+std::vector<Scan> ProgressiveScript(const Frame& frame);
 
 // Calls visit(mcu_index, blocks) for the MCUs of MCU row `my` of an
 // interleaved scan (or of a grey frame's one 1x1 component) in coding order;

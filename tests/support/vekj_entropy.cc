@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "library_records.h"
+#include "scan_layout.h"
 #include "vekj.h"
 
 namespace vek::test {
@@ -24,6 +25,7 @@ using codec::DecodeState;
 using codec::EncodeState;
 using codec::MakeDecodeState;
 using codec::MakeEncodeState;
+using codec::OptimalTable;
 using EncodeTable = codec::EncodeSpec;
 using DecodeTable = codec::DecodeSpec;
 
@@ -47,19 +49,6 @@ ScanKind KindOf(const JpegFrame& frame, const JpegScan& scan) {
 bool UsesDcTables(ScanKind kind) { return kind == ScanKind::kSequential || kind == ScanKind::kDcFirst; }
 bool UsesAcTables(ScanKind kind) {
   return kind == ScanKind::kSequential || kind == ScanKind::kAcFirst || kind == ScanKind::kAcRefine;
-}
-
-// The optimal lists for symbol counts, from vekj's statistics.
-JpegHuffmanTable OptimalTable(const std::array<Vek32u, 256>& counts) {
-  std::array<int, 256> stats{};
-  std::copy(counts.begin(), counts.end(), stats.begin());
-  JpegHuffmanTable t;
-  std::array<Vek8u, 256> vals{};
-  Check(vekiEncodeHuffmanRawTableInit_JPEG_8u(stats.data(), t.bits.data(), vals.data()), "EncodeHuffmanRawTableInit");
-  int total = 0;
-  for (uint8_t b : t.bits) total += b;
-  t.values.assign(vals.begin(), vals.begin() + total);
-  return t;
 }
 
 // The tables a scan uses, built once each, and those of each scan component.
@@ -344,32 +333,13 @@ JpegFrame MakeFrame(int width, int height, int components, bool subsample420) {
 
 namespace {
 
-JpegScan ScanOf(std::vector<int> components, int ss, int se, int ah, int al) {
+// One sequential scan of every component: tables 0 for the first, 1 for the others.
+JpegScan SequentialScan(const JpegFrame& frame) {
   JpegScan scan;
-  for (int c : components) scan.components.push_back({c, c == 0 ? 0 : 1, c == 0 ? 0 : 1});
-  scan.ss = ss;
-  scan.se = se;
-  scan.ah = ah;
-  scan.al = al;
-  return scan;
-}
-
-// libjpeg-turbo's standard progression for YCbCr or grey.
-std::vector<JpegScan> ProgressionScript(int components) {
-  if (components == 1) {
-    return {ScanOf({0}, 0, 0, 0, 1), ScanOf({0}, 1, 5, 0, 2), ScanOf({0}, 6, 63, 0, 2),
-            ScanOf({0}, 1, 63, 2, 1), ScanOf({0}, 0, 0, 1, 0), ScanOf({0}, 1, 63, 1, 0)};
+  for (int c = 0; c < static_cast<int>(frame.components.size()); ++c) {
+    scan.components.push_back({c, c == 0 ? 0 : 1, c == 0 ? 0 : 1});
   }
-  return {ScanOf({0, 1, 2}, 0, 0, 0, 1), ScanOf({0}, 1, 5, 0, 2),  ScanOf({2}, 1, 63, 0, 1),
-          ScanOf({1}, 1, 63, 0, 1),       ScanOf({0}, 6, 63, 0, 2), ScanOf({0}, 1, 63, 2, 1),
-          ScanOf({0, 1, 2}, 0, 0, 1, 0), ScanOf({2}, 1, 63, 1, 0), ScanOf({1}, 1, 63, 1, 0),
-          ScanOf({0}, 1, 63, 1, 0)};
-}
-
-std::vector<int> AllComponents(const JpegFrame& frame) {
-  std::vector<int> all;
-  for (std::size_t c = 0; c < frame.components.size(); ++c) all.push_back(static_cast<int>(c));
-  return all;
+  return scan;
 }
 
 void WriteScanTables(JpegWriter& writer, const JpegFrame& frame, const JpegScan& scan) {
@@ -395,8 +365,12 @@ std::vector<uint8_t> EncodeFileWithVekj(const JpegFrame& baseFrame, const CoefIm
   writer.QuantTable(0, unit);
   writer.Frame(frame);
   if (options.restartInterval > 0) writer.RestartInterval(options.restartInterval);
-  std::vector<JpegScan> scans = options.progressive ? ProgressionScript(static_cast<int>(frame.components.size()))
-                                                    : std::vector<JpegScan>{ScanOf(AllComponents(frame), 0, 63, 0, 0)};
+  std::vector<JpegScan> scans;
+  if (options.progressive) {
+    for (const codec::Scan& scan : codec::ProgressiveScript(frame)) scans.push_back({scan, 0, {}, {}, {}});
+  } else {
+    scans.push_back(SequentialScan(frame));
+  }
   for (JpegScan& scan : scans) {
     scan.restartInterval = options.restartInterval;
     scan.dc = {codec::kLuminanceDc, codec::kChrominanceDc, std::nullopt, std::nullopt};
