@@ -69,12 +69,12 @@ std::vector<Form> Forms() {
 
 void UseForm(const Form& form) {
   ForceScalarForms(form.target == 0);
-  hwy::SetSupportedTargetsForTest(form.target);
+  UseSimdTarget(form.target);
 }
 
 void UseBestForm() {
   ForceScalarForms(false);
-  hwy::SetSupportedTargetsForTest(0);
+  UseSimdTarget(0);
 }
 
 void RegisterPerForm(const std::string& name, const std::function<void(benchmark::State&)>& body) {

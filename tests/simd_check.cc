@@ -7,11 +7,11 @@ namespace vek::test {
 
 void ForEachSimdTarget(const std::function<void()>& body) {
   for (int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    hwy::SetSupportedTargetsForTest(target);
+    UseSimdTarget(target);
     SCOPED_TRACE(std::string("hwy_") + hwy::TargetName(target));
     body();
   }
-  hwy::SetSupportedTargetsForTest(0);
+  UseSimdTarget(0);
 }
 
 void ForEachForm(const std::function<void()>& body) {

@@ -1,4 +1,4 @@
-// Choosing a kernel form once per call: the plain C++ form, or the Highway
+// Choosing a kernel form on each call: the plain C++ form, or the Highway
 // form compiled for the best SIMD target of this processor.
 //
 // Kernel files compile their SIMD forms once per target with
@@ -20,28 +20,24 @@
 namespace vek {
 
 namespace detail {
-// Reads VEKJ_SIMD: true for "scalar"; a named target narrows Highway's
-// choice to it.
-bool ApplySimdOverride();
-extern std::atomic<bool> g_scalarFormsByCaller;
+// The dispatch-table index of the forms that run, or -1 for the plain C++
+// forms. Index 0, its value until the library's initialiser has run, is
+// Highway's own chooser, which is always correct.
+extern std::atomic<int> g_form;
 }  // namespace detail
-
-// True when VEKJ_SIMD=scalar or ForceScalarForms(true); the first call also
-// applies a target named in VEKJ_SIMD. Inline, as it runs on every call of
-// a kernel that picks a form, some of which code one block.
-inline bool ScalarFormsForced() {
-  static const bool byEnvironment = detail::ApplySimdOverride();
-  return byEnvironment || detail::g_scalarFormsByCaller.load(std::memory_order_relaxed);
-}
 
 // For tests and benchmarks: run the plain C++ forms from now on (or not).
 void ForceScalarForms(bool on);
+// For tests and benchmarks: run the forms of one Highway target, or with 0
+// the best one this processor has.
+void UseSimdTarget(int64_t target);
 
+// One relaxed load and a table read: some kernels that pick a form code a
+// single block per call.
 template <class Fn, std::size_t N>
 Fn PickForm(Fn scalar, Fn const (&table)[N]) {
-  if (ScalarFormsForced()) return scalar;
-  static hwy::ChosenTarget& chosen = hwy::GetChosenTarget();
-  return table[chosen.GetIndex()];
+  const int form = detail::g_form.load(std::memory_order_relaxed);
+  return form < 0 ? scalar : table[form];
 }
 
 }  // namespace vek
