@@ -3,12 +3,12 @@
 // path: decoding is vekj's block decoder over every scan (into coefficient
 // arrays kept between calls; every block is cleared by the decoder) against
 // jpeg_read_coefficients of the same file (which allocates and clears its
-// own); encoding is vekj's block encoder against jpeg_write_coefficients of the same coefficients, each into an
-// output buffer of its own that is large enough and kept between calls.
-// Each iteration runs both, alternating which goes first; the counters give
-// megapixels per second for each from its fastest call (on a shared machine
-// the slower calls mostly measure interruptions) and their ratio (vekj over
-// libjpeg-turbo).
+// own); encoding is vekj's block encoder against jpeg_write_coefficients of
+// the same coefficients, each into an output buffer of its own that is large
+// enough and kept between calls. Each iteration runs both, alternating which
+// goes first; the counters give megapixels per second for each from its
+// fastest call (on a shared machine the slower calls mostly measure
+// interruptions) and their ratio (vekj over libjpeg-turbo).
 #include <benchmark/benchmark.h>
 
 #include <vector>
@@ -58,7 +58,8 @@ void Encode(benchmark::State& state) {
   const test::JpegScan& scan = p.parsed.scans.at(0);
   std::vector<uint8_t> ours, theirsOut(2 * p.file.size());
   SideBySide(
-      state, p.megapixels * 1e6, "libjpeg", [&] { benchmark::DoNotOptimize(test::EncodeScanWithVekj(p.parsed.frame, scan, p.coefs, ours)); },
+      state, p.megapixels * 1e6, "libjpeg",
+      [&] { benchmark::DoNotOptimize(test::EncodeScanWithVekj(p.parsed.frame, scan, p.coefs, ours)); },
       [&] { benchmark::DoNotOptimize(theirs.Write(theirsOut)); });
 }
 

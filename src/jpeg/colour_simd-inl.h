@@ -341,6 +341,17 @@ HWY_INLINE hn::Vec<D> InterleaveHalf(D d, int half, hn::Vec<D> a, hn::Vec<D> b) 
   return half == 0 ? hn::InterleaveLower(d, a, b) : hn::InterleaveUpper(d, a, b);
 }
 
+// The bytes that narrow(T()) saturates to type T: unsigned ones for kFlip 0,
+// else signed ones XOR kFlip.
+template <uint8_t kFlip, class DU8, class Narrow>
+HWY_INLINE hn::Vec<DU8> SaturatedBytes(DU8 du8, const Narrow& narrow) {
+  if constexpr (kFlip == 0) {
+    return narrow(uint8_t());
+  } else {
+    return hn::Xor(hn::BitCast(du8, narrow(int8_t())), hn::Set(du8, kFlip));
+  }
+}
+
 // Output kC of formula F for the 16-bit pixels r, g, b, as bytes in pixel
 // order.
 template <class F, int kC, class D16>
@@ -354,10 +365,8 @@ HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D16>> ForwardBytes(D16 d16, hn::Vec<D16> 
   const auto lo = sum(hn::InterleaveLower(d16, r, g), hn::InterleaveLower(d16, b, k));
   const auto hi = sum(hn::InterleaveUpper(d16, r, g), hn::InterleaveUpper(d16, b, k));
   const auto v = hn::ReorderDemote2To(d16, lo, hi);
-  if constexpr (o.flip == 0) return hn::DemoteTo(hn::Rebind<uint8_t, D16>(), v);
-  const hn::Rebind<int8_t, D16> di8;
-  const hn::Rebind<uint8_t, D16> du8;
-  return hn::Xor(hn::BitCast(du8, hn::DemoteTo(di8, v)), hn::Set(du8, o.flip));
+  return SaturatedBytes<o.flip>(hn::Rebind<uint8_t, D16>(),
+                                [&](auto t) { return hn::DemoteTo(hn::Rebind<decltype(t), D16>(), v); });
 }
 
 // ---- Reading ahead ------------------------------------------------------------------
@@ -617,16 +626,15 @@ template <class D32>
 HWY_INLINE hn::Vec<hn::Repartition<uint8_t, D32>> CmykBytes(D32 d32, const SumOrder<D32>& order, int c,
                                                             hn::Vec<D32> (&sums)[4]) {
   const hn::Repartition<uint8_t, D32> du8;
-  const auto flip = hn::Set(du8, 0x80);
 #if HWY_TARGET <= HWY_AVX3
   if (c == 0) {
     for (hn::Vec<D32>& s : sums) s = hn::Add(s, hn::Set(d32, 1 << 23));
   }
-  return hn::Xor(hn::BitCast(du8, NarrowToBytes<int8_t, 16>(d32, order, sums)), flip);
+  return SaturatedBytes<0x80>(du8, [&](auto t) { return NarrowToBytes<decltype(t), 16>(d32, order, sums); });
 #else
   (void)order;
   const auto bytes = ByteOfLanes<2>(d32, sums);
-  return c == 0 ? bytes : hn::Xor(bytes, flip);
+  return c == 0 ? bytes : hn::Xor(bytes, hn::Set(du8, 0x80));
 #endif
 }
 
@@ -827,26 +835,23 @@ HWY_INLINE void ForwardPairsStep(const Loader& loader, const SumOrder<typename L
     const auto wrg = WeightPair(d16, o.wr, o.wg), wbk = WeightPair(d16, o.wb, o.k >> 1);
     hn::Vec<D32> sum[4];
     for (int j = 0; j < 4; ++j) sum[j] = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, bk[j], wbk));
-    uint8_t* out = colour::Ptr<uint8_t>(dst, c) + x;
-    if constexpr (o.flip == 0) {
-      hn::StoreU(NarrowToBytes<uint8_t, o.shift>(d32, order, sum), du8, out);
-    } else {
-      const auto bytes = hn::BitCast(du8, NarrowToBytes<int8_t, o.shift>(d32, order, sum));
-      hn::StoreU(hn::Xor(bytes, hn::Set(du8, o.flip)), du8, out);
-    }
+    const auto bytes =
+        SaturatedBytes<o.flip>(du8, [&](auto t) { return NarrowToBytes<decltype(t), o.shift>(d32, order, sum); });
+    hn::StoreU(bytes, du8, colour::Ptr<uint8_t>(dst, c) + x);
   });
 }
 
-// 16-bit pixels' fields moved to the top of a byte, as the plain form
-// unpacks them; G kGShift bits further.
-template <class In, int kGShift = 0, class DU16>
-HWY_INLINE void PackedFields(DU16 du16, hn::Vec<DU16> p, hn::Vec<DU16>& r, hn::Vec<DU16>& g, hn::Vec<DU16>& b) {
-  const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(du16, 31)));
-  const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(du16, 63488)))
-                               : hn::ShiftRight<7>(hn::And(p, hn::Set(du16, 31744)));
+// The 16-bit pixels at p, their fields moved to the top of a byte as the
+// plain form unpacks them (G kGShift bits further), as 16-bit lanes.
+template <class In, int kGShift = 0, class D16>
+HWY_INLINE void PackedFields(D16 d16, const uint16_t* p, hn::Vec<D16>& r, hn::Vec<D16>& g, hn::Vec<D16>& b) {
+  const hn::RebindToUnsigned<D16> du16;
+  const auto px = hn::LoadU(du16, p);
+  const auto field = [&](uint16_t mask) { return hn::And(px, hn::Set(du16, mask)); };
+  const auto low = hn::BitCast(d16, hn::ShiftLeft<3>(field(31)));
+  const auto high = hn::BitCast(d16, In::kIs565 ? hn::ShiftRight<8>(field(63488)) : hn::ShiftRight<7>(field(31744)));
   r = In::kIsRedFirst ? low : high;
-  g = In::kIs565 ? hn::ShiftRight<3 - kGShift>(hn::And(p, hn::Set(du16, 2016)))
-                 : hn::ShiftRight<2 - kGShift>(hn::And(p, hn::Set(du16, 992)));
+  g = hn::BitCast(d16, In::kIs565 ? hn::ShiftRight<3 - kGShift>(field(2016)) : hn::ShiftRight<2 - kGShift>(field(992)));
   b = In::kIsRedFirst ? high : low;
 }
 
@@ -880,7 +885,6 @@ struct FieldPairLoader {
  private:
   HWY_INLINE static void Channels(const colour::SrcRow& src, int32_t x, int h, hn::Vec<D16>& r, hn::Vec<D16>& g,
                                   hn::Vec<D16>& b) {
-    const hn::RebindToUnsigned<D16> du16;
     if constexpr (In::kKind == colour::Kind::kPlanes) {
       const hn::Repartition<uint8_t, D16> d8;
       const auto widen = [&](int c) {
@@ -892,11 +896,7 @@ struct FieldPairLoader {
       g = hn::Add(g1, g1);
       b = widen(2);
     } else {
-      hn::Vec<decltype(du16)> ur, ug, ub;
-      PackedFields<In, kGShift>(du16, hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x + 32 * h), ur, ug, ub);
-      r = hn::BitCast(D16(), ur);
-      g = hn::BitCast(D16(), ug);
-      b = hn::BitCast(D16(), ub);
+      PackedFields<In, kGShift>(D16(), colour::Ptr<uint16_t>(src, 0) + x + 32 * h, r, g, b);
     }
   }
 };
@@ -910,12 +910,7 @@ HWY_INLINE void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow&
   const hn::Rebind<uint8_t, decltype(d16)> d8;
   hn::Vec<decltype(d16)> r, g, b;
   if constexpr (In::kKind == colour::Kind::kPacked) {
-    const hn::RebindToUnsigned<decltype(d16)> du16;
-    hn::Vec<decltype(du16)> ur, ug, ub;
-    PackedFields<In>(du16, hn::LoadU(du16, colour::Ptr<uint16_t>(src, 0) + x), ur, ug, ub);
-    r = hn::BitCast(d16, ur);
-    g = hn::BitCast(d16, ug);
-    b = hn::BitCast(d16, ub);
+    PackedFields<In>(d16, colour::Ptr<uint16_t>(src, 0) + x, r, g, b);
   } else {
     hn::Vec<decltype(d8)> bytes[4];
     if constexpr (In::kKind == colour::Kind::kInterleaved) {

@@ -9,8 +9,8 @@
 
 namespace vek {
 
-// A block through the fast writer, for calls with kFastWriterRoom bytes left.
-// The writer is made here, so that its bits stay in registers.
+// A block through the fast writer, its terms read from the block as the coder
+// reaches them.
 VekStatus CodeBlockFastScalar(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
                               const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state);
 
@@ -82,10 +82,7 @@ HWY_ATTR VekStatus CodeBlockFast(const int16_t* block, int16_t& lastDc, const En
                                  const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
   BlockTerms terms;
   TermsOfBlock(block, terms);
-  return RunAndFinish(FastStuffingWriter(dst, pos, state), [&](FastStuffingWriter& writer) {
-    CodeSink sink(writer, dc, ac);
-    return CodeBlock(sink, block, terms, lastDc);
-  });
+  return CodeBlockFastWith(terms, block, lastDc, dc, ac, dst, pos, state);
 }
 #endif
 
@@ -105,10 +102,7 @@ namespace vek {
 
 VekStatus CodeBlockFastScalar(const int16_t* block, int16_t& lastDc, const EncodeHuffmanSpec* dc,
                               const EncodeHuffmanSpec* ac, uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
-  return RunAndFinish(FastStuffingWriter(dst, pos, state), [&](FastStuffingWriter& writer) {
-    CodeSink sink(writer, dc, ac);
-    return CodeBlock(sink, block, lastDc);
-  });
+  return CodeBlockFastWith(BlockAcTerms(block), block, lastDc, dc, ac, dst, pos, state);
 }
 
 HWY_EXPORT(CodeBlockFast);

@@ -323,13 +323,13 @@ class StuffedBitReader {
   // Branches on the count: the bits of a value are mostly held already.
   VekStatus Need(int n) {
     if (at_.count >= n) [[likely]] return vekStsOk;
-    return FillIf(true, n);
+    return Fill(n);
   }
   // Before a symbol: a fill when fewer than 8 bits are held, which need not
   // reach 8.
   VekStatus BeforeSymbol() {
     if (at_.count >= 8) [[likely]] return vekStsOk;
-    return FillIf(true, 0);
+    return Fill(0);
   }
 
   void Finish() {
@@ -340,11 +340,10 @@ class StuffedBitReader {
   }
 
  private:
-  // The fill when `happens`. Whether a fill happens depends on the
-  // data, so the common case (no marker, 4 bytes left, none of the bytes
-  // taken is 0xFF) takes 0 to 4 bytes at once without branching on it.
-  [[gnu::always_inline]] VekStatus FillIf(bool happens, int needed) {
-    const int take = happens ? (32 - at_.count) >> 3 : 0;
+  // Whole bytes up to 32 bits held: in the common case (no marker, 4 bytes
+  // left, none of the bytes taken is 0xFF) at once, else byte by byte.
+  [[gnu::always_inline]] VekStatus Fill(int needed) {
+    const int take = (32 - at_.count) >> 3;
     if (at_.pos <= wordEnd_) {
       const uint64_t word = LoadBigEndian32(src_ + at_.pos);
       const int dropped = 32 - 8 * take;
@@ -355,7 +354,6 @@ class StuffedBitReader {
         return vekStsOk;
       }
     }
-    if (!happens) return vekStsOk;
     const StuffedFill filled = FillByBytes(src_, length_, at_, needed);
     at_ = filled.at;
     if (at_.marker != 0) wordEnd_ = -1;

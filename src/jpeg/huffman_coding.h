@@ -237,6 +237,19 @@ template <class Sink>
   return CodeBlock(sink, block, BlockAcTerms(block), lastDc);
 }
 
+// A baseline block of the given terms through the fast writer, for calls
+// with kFastWriterRoom bytes left. The writer is made here, so that its bits
+// stay in registers.
+template <class Terms>
+[[gnu::always_inline]] inline VekStatus CodeBlockFastWith(const Terms& terms, const int16_t* block, int16_t& lastDc,
+                                                          const EncodeHuffmanSpec* dc, const EncodeHuffmanSpec* ac,
+                                                          uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
+  return RunAndFinish(FastStuffingWriter(dst, pos, state), [&](FastStuffingWriter& writer) {
+    CodeSink sink(writer, dc, ac);
+    return CodeBlock(sink, block, terms, lastDc);
+  });
+}
+
 // The pending end-of-band run (symbol 16 * n with n low bits of the run),
 // then its correction bits; the run stays pending if a put fails.
 template <class Sink>
