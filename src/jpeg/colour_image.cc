@@ -60,7 +60,7 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     }
   }
 #if HWY_TARGET <= HWY_AVX3
-  if constexpr (kInverseMadd<In, Out, F> && Out::kKind != Kind::kPacked) {
+  if constexpr (kInverseMadd<F> && Out::kKind != Kind::kPacked) {
     const InverseWide<Out> wide;
     // Y, Cb and Cr read for an interleaved destination; planes out, and K,
     // the hardware prefetcher keeps up with.
@@ -74,7 +74,7 @@ void ConvertRowSimd(const SrcRow& src, const DstRow& dst, int32_t width, uint8_t
     }
   }
 #endif
-  if constexpr (kInverseMadd<In, Out, F>) {
+  if constexpr (kInverseMadd<F>) {
     const auto pairs = static_cast<int32_t>(hn::Lanes(hn::ScalableTag<int16_t>()));
     if constexpr (Out::kKind == Kind::kInterleaved) {
       for (; x + 2 * pairs <= end; x += 2 * pairs) InverseInterleavedPairStep<Out, F>(src, dst, x, fill);

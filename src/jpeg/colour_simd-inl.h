@@ -68,6 +68,30 @@ std::array<int32_t, 16> PairIndices(bool alternate) {
   return idx;
 }
 
+// The fields of 16-bit pixels px (unsigned lanes of 16 or 32 bits) moved to
+// the top of a byte as the plain form unpacks them, G kGShift bits further.
+template <class Layout, int kGShift = 0, class V>
+HWY_INLINE void UnpackFields(V px, V& r, V& g, V& b) {
+  const hn::DFromV<V> du;
+  const auto field = [&](uint32_t mask) { return hn::And(px, hn::Set(du, static_cast<hn::TFromV<V>>(mask))); };
+  const V low = hn::ShiftLeft<3>(field(31));
+  const V high = Layout::kIs565 ? hn::ShiftRight<8>(field(63488)) : hn::ShiftRight<7>(field(31744));
+  r = Layout::kIsRedFirst ? low : high;
+  g = Layout::kIs565 ? hn::ShiftRight<3 - kGShift>(field(2016)) : hn::ShiftRight<2 - kGShift>(field(992));
+  b = Layout::kIsRedFirst ? high : low;
+}
+
+// The 16-bit pixels of channel values 0..255 (lanes of 16 or 32 bits),
+// packed from the top bits of each.
+template <class Layout, class V>
+HWY_INLINE V PackFields(V r, V g, V b) {
+  const V low = Layout::kIsRedFirst ? r : b, high = Layout::kIsRedFirst ? b : r;
+  return Layout::kIs565 ? hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<2>(g))),
+                                 hn::ShiftLeft<11>(hn::ShiftRight<3>(high)))
+                        : hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<3>(g))),
+                                 hn::ShiftLeft<10>(hn::ShiftRight<3>(high)));
+}
+
 template <class In, class D>
 HWY_INLINE VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
   using colour::Kind;
@@ -99,16 +123,12 @@ HWY_INLINE VPx<D> LoadPixels(D d, const colour::SrcRow& row, int32_t x) {
   } else {
     static_assert(In::kKind == Kind::kPacked);
     const hn::Rebind<uint16_t, D> d16;
-    const hn::Rebind<uint32_t, D> du32;
-    const auto p = hn::BitCast(d, hn::PromoteTo(du32, hn::LoadU(d16, colour::Ptr<uint16_t>(row, 0) + x)));
-    const auto low = hn::ShiftLeft<3>(hn::And(p, hn::Set(d, 31)));
-    const auto mid = In::kIs565 ? hn::ShiftRight<3>(hn::And(p, hn::Set(d, 2016)))
-                                : hn::ShiftRight<2>(hn::And(p, hn::Set(d, 992)));
-    const auto high = In::kIs565 ? hn::ShiftRight<8>(hn::And(p, hn::Set(d, 63488)))
-                                 : hn::ShiftRight<7>(hn::And(p, hn::Set(d, 31744)));
-    v.c[0] = In::kIsRedFirst ? low : high;
-    v.c[1] = mid;
-    v.c[2] = In::kIsRedFirst ? high : low;
+    const hn::RebindToUnsigned<D> du32;
+    hn::Vec<decltype(du32)> r, g, b;
+    UnpackFields<In>(hn::PromoteTo(du32, hn::LoadU(d16, colour::Ptr<uint16_t>(row, 0) + x)), r, g, b);
+    v.c[0] = hn::BitCast(d, r);
+    v.c[1] = hn::BitCast(d, g);
+    v.c[2] = hn::BitCast(d, b);
     v.c[3] = hn::Zero(d);
   }
   return v;
@@ -137,16 +157,9 @@ HWY_INLINE void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx
   } else {
     static_assert(Out::kKind == Kind::kPacked);
     const auto zero = hn::Zero(d), max = hn::Set(d, 255);
-    const auto first = hn::Min(hn::Max(v.c[0], zero), max), mid = hn::Min(hn::Max(v.c[1], zero), max),
-               third = hn::Min(hn::Max(v.c[2], zero), max);
-    const auto low = Out::kIsRedFirst ? first : third, high = Out::kIsRedFirst ? third : first;
-    const auto word = Out::kIs565
-                          ? hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<2>(mid))),
-                                   hn::ShiftLeft<11>(hn::ShiftRight<3>(high)))
-                          : hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<3>(mid))),
-                                   hn::ShiftLeft<10>(hn::ShiftRight<3>(high)));
+    const auto byte = [&](int c) { return hn::Min(hn::Max(v.c[c], zero), max); };
     const hn::Rebind<uint16_t, D> d16;
-    hn::StoreU(hn::DemoteTo(d16, word), d16, colour::Ptr<uint16_t>(row, 0) + x);
+    hn::StoreU(hn::DemoteTo(d16, PackFields<Out>(byte(0), byte(1), byte(2))), d16, colour::Ptr<uint16_t>(row, 0) + x);
   }
 }
 
@@ -334,6 +347,13 @@ HWY_INLINE hn::Vec<hn::Repartition<int32_t, D16>> PairDot(D16, hn::Vec<D16> a, h
   return hn::RearrangeToOddPlusEven(even, odd);
 }
 
+// Output o's sum for the pairs (R, G) and (B, 2) in each 32-bit lane.
+template <class D16>
+HWY_INLINE hn::Vec<hn::Repartition<int32_t, D16>> MaddSum(D16 d16, const MaddOutput& o, hn::Vec<D16> rg,
+                                                         hn::Vec<D16> bk) {
+  return hn::Add(PairDot(d16, rg, WeightPair(d16, o.wr, o.wg)), PairDot(d16, bk, WeightPair(d16, o.wb, o.k >> 1)));
+}
+
 // The lanes of the lower (half 0) or the upper (half 1) half of each 128-bit
 // block of a, interleaved with those of b.
 template <class D>
@@ -357,11 +377,8 @@ HWY_INLINE hn::Vec<DU8> SaturatedBytes(DU8 du8, const Narrow& narrow) {
 template <class F, int kC, class D16>
 HWY_INLINE hn::Vec<hn::Rebind<uint8_t, D16>> ForwardBytes(D16 d16, hn::Vec<D16> r, hn::Vec<D16> g, hn::Vec<D16> b) {
   constexpr MaddOutput o = MaddOf<F>().out[kC];
-  const auto wrg = WeightPair(d16, o.wr, o.wg), wbc = WeightPair(d16, o.wb, o.k >> 1);
   const auto k = hn::Set(d16, kPairConstant);
-  const auto sum = [&](hn::Vec<D16> rg, hn::Vec<D16> bk) {
-    return hn::ShiftRight<o.shift>(hn::Add(PairDot(d16, rg, wrg), PairDot(d16, bk, wbc)));
-  };
+  const auto sum = [&](hn::Vec<D16> rg, hn::Vec<D16> bk) { return hn::ShiftRight<o.shift>(MaddSum(d16, o, rg, bk)); };
   const auto lo = sum(hn::InterleaveLower(d16, r, g), hn::InterleaveLower(d16, b, k));
   const auto hi = sum(hn::InterleaveUpper(d16, r, g), hn::InterleaveUpper(d16, b, k));
   const auto v = hn::ReorderDemote2To(d16, lo, hi);
@@ -832,27 +849,23 @@ HWY_INLINE void ForwardPairsStep(const Loader& loader, const SumOrder<typename L
   loader.Pairs(src, x, rg, bk);
   ForEachOutput<Out::kChannels>([&](auto c) {
     constexpr MaddOutput o = MaddOf<F, Loader::kGShift>().out[c];
-    const auto wrg = WeightPair(d16, o.wr, o.wg), wbk = WeightPair(d16, o.wb, o.k >> 1);
     hn::Vec<D32> sum[4];
-    for (int j = 0; j < 4; ++j) sum[j] = hn::Add(PairDot(d16, rg[j], wrg), PairDot(d16, bk[j], wbk));
+    for (int j = 0; j < 4; ++j) sum[j] = MaddSum(d16, o, rg[j], bk[j]);
     const auto bytes =
         SaturatedBytes<o.flip>(du8, [&](auto t) { return NarrowToBytes<decltype(t), o.shift>(d32, order, sum); });
     hn::StoreU(bytes, du8, colour::Ptr<uint8_t>(dst, c) + x);
   });
 }
 
-// The 16-bit pixels at p, their fields moved to the top of a byte as the
-// plain form unpacks them (G kGShift bits further), as 16-bit lanes.
+// UnpackFields of the 16-bit pixels at p, as signed 16-bit lanes.
 template <class In, int kGShift = 0, class D16>
 HWY_INLINE void PackedFields(D16 d16, const uint16_t* p, hn::Vec<D16>& r, hn::Vec<D16>& g, hn::Vec<D16>& b) {
   const hn::RebindToUnsigned<D16> du16;
-  const auto px = hn::LoadU(du16, p);
-  const auto field = [&](uint16_t mask) { return hn::And(px, hn::Set(du16, mask)); };
-  const auto low = hn::BitCast(d16, hn::ShiftLeft<3>(field(31)));
-  const auto high = hn::BitCast(d16, In::kIs565 ? hn::ShiftRight<8>(field(63488)) : hn::ShiftRight<7>(field(31744)));
-  r = In::kIsRedFirst ? low : high;
-  g = hn::BitCast(d16, In::kIs565 ? hn::ShiftRight<3 - kGShift>(field(2016)) : hn::ShiftRight<2 - kGShift>(field(992)));
-  b = In::kIsRedFirst ? high : low;
+  hn::Vec<decltype(du16)> ur, ug, ub;
+  UnpackFields<In, kGShift>(hn::LoadU(du16, p), ur, ug, ub);
+  r = hn::BitCast(d16, ur);
+  g = hn::BitCast(d16, ug);
+  b = hn::BitCast(d16, ub);
 }
 
 #if HWY_TARGET <= HWY_AVX3
@@ -926,16 +939,16 @@ HWY_INLINE void ForwardMaddStep(const colour::SrcRow& src, const colour::DstRow&
       [&](auto c) { hn::StoreU(ForwardBytes<F, c>(d16, r, g, b), d8, colour::Ptr<uint8_t>(dst, c) + x); });
 }
 
+// Which inverse kernels take this path: YCbCr and YCCK planes.
+template <class F>
+constexpr bool kInverseMadd = std::is_same_v<F, colour::InverseGroupsOf4> || std::is_same_v<F, colour::InverseCmyk>;
+
 // The scale-2^14 inverse on 16-bit pairs: the chroma terms as
 // (Cr, 1) . (22970, 721) >> 14 - 179, (Cb, Cr) . (-5638, -11700) + 2227566 >> 14
 // and (Cb, 1) . (29032, 11207) >> 14 - 227 (the constants split into a
-// multiple of 2^14, which passes the shift, and a 16-bit rest); each added
-// to Y in 16 bits and saturated to a byte. With 8-bit chroma the terms never
-// reach the 16-bit saturation of the plain form.
-template <class In, class Out, class F>
-constexpr bool kInverseMadd = std::is_same_v<F, colour::InverseGroupsOf4> || std::is_same_v<F, colour::InverseCmyk>;
-
-// The three chroma terms of 16-bit Cb and Cr, in pixel order.
+// multiple of 2^14, which passes the shift, and a 16-bit rest), in pixel
+// order; each is then added to Y in 16 bits and saturated to a byte. With
+// 8-bit chroma the terms never reach the 16-bit saturation of the plain form.
 template <class D16>
 HWY_INLINE void InverseTerms(D16 d16, hn::Vec<D16> cb, hn::Vec<D16> cr, hn::Vec<D16> (&t)[3]) {
   const hn::Repartition<int32_t, D16> d32;
@@ -999,13 +1012,8 @@ HWY_INLINE void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow&
   } else {
     static_assert(Out::kKind == colour::Kind::kPacked);
     const hn::RebindToUnsigned<decltype(d16)> du16;
-    const auto first = hn::PromoteTo(du16, v[0]), mid = hn::PromoteTo(du16, v[1]), third = hn::PromoteTo(du16, v[2]);
-    const auto low = Out::kIsRedFirst ? first : third, high = Out::kIsRedFirst ? third : first;
-    const auto word = Out::kIs565 ? hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<2>(mid))),
-                                           hn::ShiftLeft<11>(hn::ShiftRight<3>(high)))
-                                  : hn::Or(hn::Or(hn::ShiftRight<3>(low), hn::ShiftLeft<5>(hn::ShiftRight<3>(mid))),
-                                           hn::ShiftLeft<10>(hn::ShiftRight<3>(high)));
-    hn::StoreU(word, du16, colour::Ptr<uint16_t>(dst, 0) + x);
+    const auto wide = [&](int c) { return hn::PromoteTo(du16, v[c]); };
+    hn::StoreU(PackFields<Out>(wide(0), wide(1), wide(2)), du16, colour::Ptr<uint16_t>(dst, 0) + x);
   }
 }
 
