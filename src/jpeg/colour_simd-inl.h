@@ -58,6 +58,18 @@ HWY_INLINE void StoreChannels(D8 d8, const hn::Vec<D8> (&v)[4], uint8_t fill, ui
   }
 }
 
+// The channel bytes of pixels [x, x + lanes) into an interleaved or planar
+// destination row.
+template <class Out, class D8>
+HWY_INLINE void StoreBytes(D8 d8, const hn::Vec<D8> (&v)[4], uint8_t fill, const colour::DstRow& row, int32_t x) {
+  if constexpr (Out::kKind == colour::Kind::kInterleaved) {
+    StoreChannels<Out>(d8, v, fill, colour::Ptr<uint8_t>(row, 0) + Out::kPixelBytes * x);
+  } else {
+    static_assert(Out::kKind == colour::Kind::kPlanes);
+    for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(v[c], d8, colour::Ptr<uint8_t>(row, c) + x);
+  }
+}
+
 // Lane tables for pairs of pixels: alternating between the two halves
 // (0, n/2, 1, n/2 + 1, ...), or each lane twice (0, 0, 1, 1, ...).
 template <class D>
@@ -139,12 +151,10 @@ template <class Out, class D>
 HWY_INLINE void StorePixels(D d, const colour::DstRow& row, int32_t x, const VPx<D>& v, uint8_t fill) {
   using colour::Kind;
   const hn::Rebind<uint8_t, D> d8;
-  if constexpr (Out::kKind == Kind::kInterleaved) {
+  if constexpr (Out::kKind == Kind::kInterleaved || Out::kKind == Kind::kPlanes) {
     hn::Vec<decltype(d8)> bytes[4];
     for (int c = 0; c < Out::kChannels; ++c) bytes[c] = hn::DemoteTo(d8, v.c[c]);
-    StoreChannels<Out>(d8, bytes, fill, colour::Ptr<uint8_t>(row, 0) + Out::kPixelBytes * x);
-  } else if constexpr (Out::kKind == Kind::kPlanes) {
-    for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(hn::DemoteTo(d8, v.c[c]), d8, colour::Ptr<uint8_t>(row, c) + x);
+    StoreBytes<Out>(d8, bytes, fill, row, x);
 #if HWY_TARGET != HWY_SCALAR
   } else if constexpr (Out::kKind == Kind::kPairs) {
     // Even pixels give Y0 and the pair's chroma, odd pixels Y1.
@@ -965,6 +975,15 @@ HWY_INLINE void InverseTerms(D16 d16, hn::Vec<D16> cb, hn::Vec<D16> cr, hn::Vec<
   t[2] = term(cb, one, 29032, 11207, 0, -227);
 }
 
+// For YCCK sources, C, M and Y as 255 less R, G and B, and K from its plane.
+template <class F, class D8>
+HWY_INLINE void CmykOfInverse(D8 d8, const colour::SrcRow& src, int32_t x, hn::Vec<D8> (&v)[4]) {
+  if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
+    for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
+    v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);
+  }
+}
+
 // The output bytes of pixels [x, x + M), M the 16-bit lane count: R, G, B,
 // or C, M, Y and K.
 template <class F, class D8>
@@ -977,10 +996,7 @@ HWY_INLINE void InverseBytes(D8 d8, const colour::SrcRow& src, int32_t x, hn::Ve
   InverseTerms(d16, cb, cr, t);
   for (int c = 0; c < 3; ++c) v[c] = hn::DemoteTo(d8, hn::Add(y, t[c]));
   v[3] = hn::Zero(d8);
-  if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
-    for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
-    v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);
-  }
+  CmykOfInverse<F>(d8, src, x, v);
 }
 
 // Pixels [x, x + 2M) into an interleaved layout: the bytes of two steps
@@ -1005,12 +1021,9 @@ HWY_INLINE void InverseMaddStep(const colour::SrcRow& src, const colour::DstRow&
   const hn::Rebind<uint8_t, decltype(d16)> d8;
   hn::Vec<decltype(d8)> v[4];
   InverseBytes<F>(d8, src, x, v);
-  if constexpr (Out::kKind == colour::Kind::kInterleaved) {
-    StoreChannels<Out>(d8, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
-  } else if constexpr (Out::kKind == colour::Kind::kPlanes) {
-    for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(v[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
+  if constexpr (Out::kKind != colour::Kind::kPacked) {
+    StoreBytes<Out>(d8, v, fill, dst, x);
   } else {
-    static_assert(Out::kKind == colour::Kind::kPacked);
     const hn::RebindToUnsigned<decltype(d16)> du16;
     const auto wide = [&](int c) { return hn::PromoteTo(du16, v[c]); };
     hn::StoreU(PackFields<Out>(wide(0), wide(1), wide(2)), du16, colour::Ptr<uint16_t>(dst, 0) + x);
@@ -1116,22 +1129,15 @@ class InverseWide {
     const D8 d8;
     hn::Vec<D8> v[4];
     Bytes(src, x, v);
-    v[3] = hn::Set(d8, fill);
-    if constexpr (std::is_same_v<F, colour::InverseCmyk>) {
-      for (int c = 0; c < 3; ++c) v[c] = hn::Not(v[c]);  // 255 - v
-      v[3] = hn::LoadU(d8, colour::Ptr<uint8_t>(src, 3) + x);
-    }
+    CmykOfInverse<F>(d8, src, x, v);
     if constexpr (kThreeBytes) {
       uint8_t* out = colour::Ptr<uint8_t>(dst, 0) + 3 * x;
       for (int j = 0; j < 3; ++j) {
         const auto part = [&](int c) { return hn::TableLookupBytesOr0(v[c], interleave_[j][c]); };
         hn::StoreU(hn::Or(hn::Or(part(0), part(1)), part(2)), d8, out + 64 * j);
       }
-    } else if constexpr (Out::kKind == colour::Kind::kInterleaved) {
-      StoreChannels<Out>(d8, v, fill, colour::Ptr<uint8_t>(dst, 0) + Out::kPixelBytes * x);
     } else {
-      static_assert(Out::kKind == colour::Kind::kPlanes);
-      for (int c = 0; c < Out::kChannels; ++c) hn::StoreU(v[c], d8, colour::Ptr<uint8_t>(dst, c) + x);
+      StoreBytes<Out>(d8, v, fill, dst, x);
     }
   }
 
@@ -1142,7 +1148,8 @@ class InverseWide {
     return {_mm512_maddubs_epi16(bytePairs.raw, me.raw)};
   }
 
-  // R, G and B of pixels [x, x + 64), saturated, in this class's pixel order.
+  // R, G and B of pixels [x, x + 64), saturated, in this class's pixel
+  // order; v[3] zero.
   HWY_INLINE void Bytes(const colour::SrcRow& src, int32_t x, hn::Vec<D8> (&v)[4]) const {
     const D8 d8;
     const D16 d16;
@@ -1173,6 +1180,7 @@ class InverseWide {
       };
       v[c] = PackBlocks<uint8_t>(d16, upper(0), upper(1));
     }
+    v[3] = hn::Zero(d8);
   }
 
   __m512i gather_[3][2];
