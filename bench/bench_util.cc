@@ -37,6 +37,7 @@ void RunPixels(benchmark::State& state, double pixels, std::size_t memcpy_bytes,
     if (memcpy_bytes != 0) copyBest = std::min(copyBest, SecondsOf(copy));
   }
   state.counters["MP/s"] = pixels * static_cast<double>(state.iterations()) / total / 1e6;
+  state.counters["best_MP/s"] = pixels / best / 1e6;
   if (memcpy_bytes != 0) state.counters["x_memcpy"] = copyBest / best;
 }
 

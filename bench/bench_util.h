@@ -14,10 +14,11 @@
 namespace vek::bench {
 
 // Runs body() once per iteration and reports its rate for `pixels` pixels
-// per call as "MP/s". With memcpy_bytes not 0, each iteration also copies
-// that many bytes between buffers of this process, call by call beside
-// body(), and "x_memcpy" is body's rate over memcpy's, each from its fastest
-// call: on a shared machine the slower calls mostly measure interruptions.
+// per call as "MP/s" (all calls) and "best_MP/s" (its fastest call). With
+// memcpy_bytes not 0, each iteration also copies that many bytes between
+// buffers of this process, call by call beside body(), and "x_memcpy" is
+// body's rate over memcpy's, each from its fastest call: on a shared
+// machine the slower calls mostly measure interruptions.
 void RunPixels(benchmark::State& state, double pixels, std::size_t memcpy_bytes, const std::function<void()>& body);
 
 // Runs ours() and theirs() once per iteration, alternating which goes first,
