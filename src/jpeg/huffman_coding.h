@@ -32,7 +32,7 @@ inline ArgCheck CheckEncoderOutput(const void* dst, int length, const int* pos, 
 
 // Runs code(bits) and stores the position and state back.
 template <class Bits, class Code>
-VekStatus RunAndFinish(Bits&& bits, const Code& code) {
+[[gnu::always_inline]] inline VekStatus RunAndFinish(Bits&& bits, const Code& code) {
   const VekStatus st = code(bits);
   bits.Finish();
   return st;
@@ -239,15 +239,18 @@ template <class Sink>
 
 // A baseline block of the given terms through the fast writer, for calls
 // with kFastWriterRoom bytes left. The writer is made here, so that its bits
-// stay in registers.
+// stay in registers. Everything down to the coding loop is inlined into each
+// SIMD form: a copy left out of line would be one for all forms that use the
+// same terms, compiled for none of them (a library call per popcount).
 template <class Terms>
 [[gnu::always_inline]] inline VekStatus CodeBlockFastWith(const Terms& terms, const int16_t* block, int16_t& lastDc,
                                                           const EncodeHuffmanSpec* dc, const EncodeHuffmanSpec* ac,
                                                           uint8_t* dst, int32_t* pos, EncodeHuffmanState* state) {
-  return RunAndFinish(FastStuffingWriter(dst, pos, state), [&](FastStuffingWriter& writer) {
+  const auto code = [&](FastStuffingWriter& writer) __attribute__((always_inline)) {
     CodeSink sink(writer, dc, ac);
     return CodeBlock(sink, block, terms, lastDc);
-  });
+  };
+  return RunAndFinish(FastStuffingWriter(dst, pos, state), code);
 }
 
 // The pending end-of-band run (symbol 16 * n with n low bits of the run),
