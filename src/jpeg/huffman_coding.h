@@ -241,7 +241,9 @@ template <class Sink>
 // with kFastWriterRoom bytes left. The writer is made here, so that its bits
 // stay in registers. Everything down to the coding loop is inlined into each
 // SIMD form: a copy left out of line would be one for all forms that use the
-// same terms, compiled for none of them (a library call per popcount).
+// same terms, compiled for none of them (a library call per popcount). The
+// lambda takes the GNU spelling: [[gnu::always_inline]] after its parameters
+// would apply to its type.
 template <class Terms>
 [[gnu::always_inline]] inline VekStatus CodeBlockFastWith(const Terms& terms, const int16_t* block, int16_t& lastDc,
                                                           const EncodeHuffmanSpec* dc, const EncodeHuffmanSpec* ac,
